@@ -1,0 +1,57 @@
+#include "support_common/test_env.hpp"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <mutex>
+#include <random>
+#include <unistd.h>
+
+namespace velmora::test {
+namespace {
+std::filesystem::path& Root() {
+  static std::filesystem::path root;
+  return root;
+}
+void RemoveRoot() {
+  std::error_code ec;
+  if (!Root().empty()) std::filesystem::remove_all(Root(), ec);
+}
+std::atomic<int> counter{0};
+}  // namespace
+
+std::filesystem::path TempDir() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    std::string pattern = (std::filesystem::temp_directory_path() / "velmora-test-XXXXXX").string();
+    if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
+    Root() = pattern;
+    std::atexit(RemoveRoot);
+  });
+  auto dir = Root() / ("t" + std::to_string(counter++));
+  std::filesystem::create_directories(dir);
+  return dir;
+}
+
+std::filesystem::path TempFile(const std::string& extension) {
+  return TempDir() / ("file" + extension);
+}
+
+std::string PostgresOdbc() {
+  const char* conn = std::getenv("VELMORA_PG_ODBC");
+  if (!conn || !*conn) {
+    ADD_FAILURE() << "VELMORA_PG_ODBC is not set: the PostgreSQL test server was not started "
+                     "(run the tests through scripts/test.sh)";
+    return {};
+  }
+  return conn;
+}
+
+std::string FreshSqliteOdbc() {
+  return "DRIVER=SQLite3;Database=" + TempFile(".db").string();
+}
+
+std::filesystem::path TestData() { return VELMORA_TESTDATA_DIR; }
+
+}  // namespace velmora::test
