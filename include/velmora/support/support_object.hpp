@@ -1,0 +1,20 @@
+#pragma once
+// SupportObject: the per-thread service object of the library (operating
+// system services, error raising, text encodings, key ids). It is created on
+// first use on each thread and lives as long as the thread.
+//
+// Its operations are grouped by subject; each group is a base class declared
+// in its own header, so that SupportObject is the sum of them.
+#include "velmora/support/error_services.hpp"
+
+namespace velmora {
+
+class SupportObject : public support::ErrorServices {
+ public:
+  SupportObject() = default;
+};
+
+// This thread's support object (created on first use).
+SupportObject& Support();
+
+}  // namespace velmora
