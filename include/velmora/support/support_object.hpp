@@ -6,10 +6,11 @@
 // Its operations are grouped by subject; each group is a base class declared
 // in its own header, so that SupportObject is the sum of them.
 #include "velmora/support/error_services.hpp"
+#include "velmora/support/keyid_services.hpp"
 
 namespace velmora {
 
-class SupportObject : public support::ErrorServices {
+class SupportObject : public support::ErrorServices, public support::KeyIdServices {
  public:
   SupportObject() = default;
 };
