@@ -7,10 +7,12 @@
 // in its own header, so that SupportObject is the sum of them.
 #include "velmora/support/error_services.hpp"
 #include "velmora/support/keyid_services.hpp"
+#include "velmora/support/profile_services.hpp"
 
 namespace velmora {
 
-class SupportObject : public support::ErrorServices, public support::KeyIdServices {
+class SupportObject : public support::ErrorServices, public support::KeyIdServices,
+                      public support::ProfileServices {
  public:
   SupportObject() = default;
 };
