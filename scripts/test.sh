@@ -7,14 +7,5 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 build="${VELMORA_BUILD_DIR:-$root/build}"
 
 "$root/scripts/setup.sh"
-"$root/scripts/build.sh"
-
-pgdir="$build/pg"
-cleanup() { "$root/scripts/pg.sh" stop "$pgdir" || true; }
-trap cleanup EXIT
-VELMORA_PG_ODBC="$("$root/scripts/pg.sh" start "$pgdir")"
-export VELMORA_PG_ODBC
-echo "test: PostgreSQL test server up ($VELMORA_PG_ODBC)"
-
-cd "$build"
-ctest --output-on-failure --parallel "$(nproc)" --timeout 900 "$@"
+VELMORA_BUILD_DIR="$build" "$root/scripts/build.sh"
+"$root/scripts/run_ctest.sh" "$build" "$@"
