@@ -5,7 +5,8 @@
 // directions):
 //  - numbers: '.' as decimal separator, no thousands separators, up to 15
 //    significant digits for doubles and 7 for singles, never an exponent for
-//    currency and decimal; doubles outside 1e-5..1e15 use "E+nn"/"E-nn";
+//    currency and decimal; doubles below 1e-4 or from 1e15 up (in
+//    magnitude) use "E+nn"/"E-nn" ("1E-05", "1.5E+15");
 //  - booleans: "True" and "False" (parsing also takes any case, and numbers);
 //  - dates: "yyyy-mm-dd hh:nn:ss"; the date alone when the time is 0 and the
 //    time alone when the date is 0; parsing also accepts the en-US forms
@@ -46,7 +47,11 @@ std::string Format(const Variant& v, const std::string& pattern);
 
 // Comparison of two variants as VB compares them: Null against anything
 // gives Null; a string is greater than any number; Empty equals 0 and "".
+// (The enumerator Null is scoped; it does not hide com::Null.)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wshadow"
 enum class VarCompareResult { Less, Equal, Greater, Null };
+#pragma GCC diagnostic pop
 VarCompareResult VarCompare(const Variant& a, const Variant& b);
 // VB's `a = b` taken as a condition: true when VarCompare is Equal (a Null
 // result counts as false). Objects compare by identity.
