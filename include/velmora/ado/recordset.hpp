@@ -1,0 +1,152 @@
+#pragma once
+// Recordset, Fields and Field: reading the rows of a statement, a table or a
+// schema rowset through a cursor.
+//
+// A forward-only cursor streams the result in blocks and never holds more
+// than one block; the scrollable cursors (keyset, dynamic, static) keep the
+// rows visited so far, so that they can move back and take bookmarks.
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "velmora/ado/connection.hpp"
+#include "velmora/ado/types.hpp"
+#include "velmora/com/object.hpp"
+#include "velmora/com/variant.hpp"
+
+namespace velmora::ado {
+
+namespace detail {
+class Cursor;
+struct ColumnInfo;
+}  // namespace detail
+
+class Field : public com::Object {
+ public:
+  // Use Fields to obtain Field objects; a Field is bound to one column.
+  Field(const detail::Cursor* cursor, int32_t ordinal);
+
+  std::string Name() const;
+  // The value of the current row; raises adErrNoCurrentRecord at BOF/EOF.
+  com::Variant Value() const;
+  // The value by reference, valid until the cursor moves.
+  const com::Variant& ValueRef() const;
+  int32_t Type() const;
+  int32_t Attributes() const;
+  int32_t DefinedSize() const;
+  // Length of the current value: bytes of text (UTF-8) or binary, the fixed
+  // size for other types, -1 (adUnknown) for Null... as documented.
+  int32_t ActualSize() const;
+  uint8_t Precision() const;
+  uint8_t NumericScale() const;
+  // The next `length` bytes (binary) or characters (text) of a long value,
+  // continuing where the previous call on the same row stopped; Null at the end.
+  com::Variant GetChunk(int32_t length);
+
+  // Detaches the field from a closed recordset (later access raises).
+  void Detach() noexcept { cursor_ = nullptr; }
+
+ private:
+  const detail::ColumnInfo& Info() const;
+  const detail::Cursor& Bound() const;
+
+  const detail::Cursor* cursor_;
+  int32_t ordinal_;
+  int64_t chunkRow_ = -1;
+  size_t chunkOffset_ = 0;
+};
+using FieldPtr = std::shared_ptr<Field>;
+
+class Fields : public com::Object {
+ public:
+  int32_t Count() const noexcept { return static_cast<int32_t>(items_.size()); }
+  // By name (without regard to case) or by 0-based position; raises
+  // adErrItemNotFound (3265) when there is no such field.
+  FieldPtr Item(const com::Variant& index) const;
+  FieldPtr operator[](int32_t index) const { return Item(com::Variant(index)); }
+  FieldPtr operator[](const std::string& name) const { return Item(com::Variant(name)); }
+  // The 0-based position of a field, or -1.
+  int32_t IndexOf(const std::string& name) const;
+
+  std::vector<FieldPtr>::const_iterator begin() const { return items_.begin(); }
+  std::vector<FieldPtr>::const_iterator end() const { return items_.end(); }
+
+  // Used by Recordset when it opens and closes.
+  void Bind(const detail::Cursor* cursor, int32_t count);
+  void Unbind() noexcept;
+
+ private:
+  std::vector<FieldPtr> items_;
+  std::vector<std::string> foldedNames_;
+};
+using FieldsPtr = std::shared_ptr<Fields>;
+
+class Recordset : public com::Object {
+ public:
+  Recordset();
+  ~Recordset() override;
+
+  // Opens a cursor on Source: SQL text (adCmdText), a table name (adCmdTable,
+  // adCmdTableDirect) or either (adCmdUnknown: a lone name is a table).
+  // ActiveConnection is a Connection object or a connection string.
+  void Open(const com::Variant& source = com::Missing, const com::Variant& activeConnection = com::Missing,
+            int32_t cursorType = adOpenUnspecified, int32_t lockType = adLockUnspecified,
+            int32_t options = adCmdUnspecified);
+  void Close();
+  int32_t State() const noexcept;
+
+  bool IsEOF() const;
+  bool IsBOF() const;
+  void MoveFirst();
+  void MoveNext();
+  void MovePrevious();
+  void MoveLast();
+  void Move(int32_t numRecords);
+
+  // -1 on a forward-only cursor; a scrollable cursor counts every row (and
+  // reads the rest of the result to do so).
+  int32_t RecordCount() const;
+  // A bookmark of the current row (a Double); putting one makes its row
+  // current. An invalid bookmark raises adErrInvalidArgument.
+  com::Variant Bookmark() const;
+  void Bookmark(const com::Variant& bookmark);
+  int32_t AbsolutePosition() const;
+
+  FieldsPtr Fields() const noexcept { return fields_; }
+  // The Connection (a Variant holding Nothing when there is none).
+  com::Variant ActiveConnection() const;
+  void ActiveConnection(const com::Variant& connection);
+  int32_t CursorType() const noexcept { return cursorType_; }
+  void CursorType(int32_t value);
+  int32_t LockType() const noexcept { return lockType_; }
+  void LockType(int32_t value);
+  int32_t EditMode() const;
+  int32_t CursorLocation() const noexcept { return adUseServer; }
+  std::string Source() const { return source_; }
+  // Rows read from the driver per round trip (the cursor's block size).
+  int32_t CacheSize() const noexcept { return cacheSize_; }
+  void CacheSize(int32_t rows);
+
+  // Opens this recordset on a cursor built by the library (schema rowsets,
+  // statements run by Connection.Execute).
+  void OpenOn(std::unique_ptr<detail::Cursor> cursor, ConnectionPtr connection, std::string source,
+              int32_t cursorType, int32_t lockType);
+  // The cursor under the recordset (raises adErrObjectClosed when closed).
+  detail::Cursor& Cursor() const;
+
+ private:
+  void RequireOpen(const char* what) const;
+  void RequireCurrent(const char* what) const;
+  void RequireScrollable(const char* what) const;
+
+  std::unique_ptr<detail::Cursor> cursor_;
+  FieldsPtr fields_;
+  ConnectionPtr connection_;
+  std::string source_;
+  int32_t cursorType_ = adOpenForwardOnly;
+  int32_t lockType_ = adLockReadOnly;
+  int32_t cacheSize_ = 1;
+};
+
+}  // namespace velmora::ado

@@ -1,0 +1,146 @@
+#include "velmora/ado/connection.hpp"
+
+#include "ado/connection_string.hpp"
+#include "ado/dialect/rewriter.hpp"
+#include "ado/error_map.hpp"
+#include "ado/odbc/session.hpp"
+#include "ado/schema_rowsets.hpp"
+#include "velmora/ado/recordset.hpp"
+#include "velmora/com/error.hpp"
+
+namespace velmora::ado {
+
+Connection::Connection() : errors_(std::make_shared<ado::Errors>()) {}
+Connection::~Connection() = default;
+
+void Connection::RaiseClosed(const char* what) const {
+  detail::RaiseAdo(adErrObjectClosed, detail::kConnectionSource, std::string(what) + " on a closed connection");
+}
+
+int32_t Connection::State() const noexcept { return session_ ? adStateOpen : adStateClosed; }
+
+com::Variant Connection::ConnectionString() const { return connectionString_; }
+
+void Connection::ConnectionString(const std::string& value) {
+  if (session_) detail::RaiseAdo(adErrObjectOpen, detail::kConnectionSource, "ConnectionString");
+  connectionString_ = value;
+}
+
+std::string Connection::Provider() const {
+  if (const auto* s = connectionString_.TryGet<std::string>()) {
+    try {
+      const auto pairs = detail::ParseConnectionString(*s);
+      if (detail::HasKey(pairs, "Provider")) return detail::FindValue(pairs, "Provider");
+    } catch (const com::Error&) {
+      // A malformed string has no provider to report.
+    }
+  }
+  return "MSDASQL";
+}
+
+std::shared_ptr<detail::Session> Connection::OpenSession(const std::string& connectionString) {
+  try {
+    const detail::OdbcTarget target = detail::ResolveConnectionString(connectionString);
+    return detail::Session::Connect(target, connectionTimeout_, errors_);
+  } catch (const com::Error& e) {
+    // Errors found before the driver was reached still go into Errors.
+    if (errors_->Count() == 0) {
+      errors_->Append(std::make_shared<ado::Error>(e.Number(), e.Description(), e.Source(), "", 0));
+    }
+    throw;
+  }
+}
+
+void Connection::Open(const std::string& connectionString, const std::string& userID, const std::string& password,
+                      int32_t options) {
+  (void)options;
+  if (session_) detail::RaiseAdo(adErrObjectOpen, detail::kConnectionSource, "Connection.Open");
+  if (!connectionString.empty()) connectionString_ = connectionString;
+  std::string text = connectionString_.IsString() ? connectionString_.Get<std::string>() : std::string();
+  if (!userID.empty()) text += ";UID=" + userID;
+  if (!password.empty()) text += ";PWD=" + password;
+  errors_->Clear();
+  session_ = OpenSession(text);
+}
+
+void Connection::Close() {
+  if (!session_) RaiseClosed("Close");
+  session_.reset();
+}
+
+std::shared_ptr<detail::Session> Connection::Session() const {
+  if (!session_) RaiseClosed("Using the connection");
+  return session_;
+}
+
+ado::Engine Connection::Engine() const { return Session()->EngineKind(); }
+
+std::string Connection::TranslateSql(const std::string& sql) const {
+  return dialectRewriting_ ? dialect::Rewrite(sql, Engine()) : sql;
+}
+
+RecordsetPtr Connection::Execute(const std::string& commandText) {
+  com::Variant ignored;
+  return Execute(commandText, ignored);
+}
+
+RecordsetPtr Connection::Execute(const std::string& commandText, com::Variant& recordsAffected, int32_t options) {
+  auto session = Session();
+  (void)options;
+  errors_->Clear();
+  auto outcome = session->Execute(TranslateSql(commandText), commandTimeout_, "Connection.Execute failed");
+  auto rs = std::make_shared<Recordset>();
+  if (outcome.rows) {
+    recordsAffected = int32_t{-1};
+    auto self = std::static_pointer_cast<Connection>(shared_from_this());
+    rs->OpenOn(std::make_unique<detail::Cursor>(std::move(outcome.rows), false), self, commandText,
+               adOpenForwardOnly, adLockReadOnly);
+  } else {
+    recordsAffected = static_cast<int32_t>(outcome.rowsAffected);
+  }
+  return rs;
+}
+
+int32_t Connection::BeginTrans() {
+  auto session = Session();
+  if (session->InTransaction()) {
+    detail::RaiseAdo(adErrFeatureNotAvailable, detail::kConnectionSource, "nested transactions");
+  }
+  session->BeginTransaction();
+  return 1;
+}
+
+void Connection::CommitTrans() {
+  auto session = Session();
+  if (!session->InTransaction()) detail::RaiseAdo(adErrIllegalOperation, detail::kConnectionSource, "no transaction");
+  session->EndTransaction(true);
+}
+
+void Connection::RollbackTrans() {
+  auto session = Session();
+  if (!session->InTransaction()) detail::RaiseAdo(adErrIllegalOperation, detail::kConnectionSource, "no transaction");
+  session->EndTransaction(false);
+}
+
+void Connection::CommandTimeout(int32_t seconds) {
+  if (seconds < 0) detail::RaiseAdo(adErrInvalidArgument, detail::kConnectionSource, "CommandTimeout");
+  commandTimeout_ = seconds;
+}
+
+void Connection::ConnectionTimeout(int32_t seconds) {
+  if (seconds < 0) detail::RaiseAdo(adErrInvalidArgument, detail::kConnectionSource, "ConnectionTimeout");
+  connectionTimeout_ = seconds;
+}
+
+RecordsetPtr Connection::OpenSchema(int32_t schema, const com::Variant& criteria, const com::Variant& schemaID) {
+  (void)schemaID;
+  auto session = Session();
+  errors_->Clear();
+  auto rs = std::make_shared<Recordset>();
+  auto self = std::static_pointer_cast<Connection>(shared_from_this());
+  rs->OpenOn(std::make_unique<detail::Cursor>(detail::BuildSchemaRowset(*session, schema, criteria), true), self,
+             "", adOpenStatic, adLockReadOnly);
+  return rs;
+}
+
+}  // namespace velmora::ado

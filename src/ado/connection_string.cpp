@@ -1,0 +1,230 @@
+#include "ado/connection_string.hpp"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+
+#include "ado/error_map.hpp"
+#include "velmora/ado/types.hpp"
+
+namespace velmora::ado::detail {
+namespace {
+
+bool IEquals(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+           return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
+         });
+}
+
+bool IContains(std::string_view text, std::string_view part) {
+  if (part.size() > text.size()) return false;
+  for (size_t i = 0; i + part.size() <= text.size(); ++i) {
+    if (IEquals(text.substr(i, part.size()), part)) return true;
+  }
+  return false;
+}
+
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+std::string_view Trim(std::string_view s) {
+  while (!s.empty() && IsBlank(s.front())) s.remove_prefix(1);
+  while (!s.empty() && IsBlank(s.back())) s.remove_suffix(1);
+  return s;
+}
+
+[[noreturn]] void Malformed(const std::string& why, size_t at) {
+  RaiseAdo(DB_E_BADINITSTRING, kConnectionSource, why + " at offset " + std::to_string(at));
+}
+
+class Parser {
+ public:
+  explicit Parser(std::string_view text) : s_(text) {}
+
+  std::vector<ConnectionPair> Run() {
+    std::vector<ConnectionPair> pairs;
+    while (pos_ < s_.size()) {
+      SkipBlanks();
+      if (pos_ < s_.size() && s_[pos_] == ';') {
+        ++pos_;
+        continue;
+      }
+      if (pos_ >= s_.size()) break;
+      pairs.push_back(ReadPair());
+    }
+    return pairs;
+  }
+
+ private:
+  void SkipBlanks() {
+    while (pos_ < s_.size() && IsBlank(s_[pos_])) ++pos_;
+  }
+
+  ConnectionPair ReadPair() {
+    const size_t start = pos_;
+    std::string key;
+    // "==" inside a key stands for a literal '='.
+    while (pos_ < s_.size()) {
+      if (s_[pos_] == '=') {
+        if (pos_ + 1 < s_.size() && s_[pos_ + 1] == '=') {
+          key.push_back('=');
+          pos_ += 2;
+          continue;
+        }
+        break;
+      }
+      if (s_[pos_] == ';') Malformed("a key without '='", start);
+      key.push_back(s_[pos_++]);
+    }
+    if (pos_ >= s_.size()) Malformed("a key without '='", start);
+    ++pos_;  // '='
+    const std::string_view trimmedKey = Trim(key);
+    if (trimmedKey.empty()) Malformed("an empty key", start);
+    return ConnectionPair{std::string(trimmedKey), ReadValue()};
+  }
+
+  std::string ReadValue() {
+    SkipBlanks();
+    if (pos_ < s_.size() && (s_[pos_] == '"' || s_[pos_] == '\'')) return ReadQuoted(s_[pos_], s_[pos_]);
+    if (pos_ < s_.size() && s_[pos_] == '{') return ReadQuoted('{', '}');
+    const size_t start = pos_;
+    while (pos_ < s_.size() && s_[pos_] != ';') ++pos_;
+    return std::string(Trim(s_.substr(start, pos_ - start)));
+  }
+
+  // A value between `open` and `close`; a doubled `close` stands for itself.
+  std::string ReadQuoted(char open, char close) {
+    const size_t start = pos_;
+    (void)open;
+    ++pos_;
+    std::string value;
+    for (;;) {
+      if (pos_ >= s_.size()) Malformed(std::string("an unterminated ") + close + " quote", start);
+      const char c = s_[pos_++];
+      if (c == close) {
+        if (pos_ < s_.size() && s_[pos_] == close) {
+          value.push_back(close);
+          ++pos_;
+          continue;
+        }
+        break;
+      }
+      value.push_back(c);
+    }
+    SkipBlanks();
+    if (pos_ < s_.size() && s_[pos_] != ';') Malformed("text after a quoted value", pos_);
+    return value;
+  }
+
+  std::string_view s_;
+  size_t pos_ = 0;
+};
+
+bool NeedsBraces(const std::string& v) {
+  if (v.empty()) return false;
+  if (IsBlank(v.front()) || IsBlank(v.back())) return true;
+  return v.find_first_of(";{}=") != std::string::npos;
+}
+
+void AddDefault(std::vector<ConnectionPair>& pairs, std::string_view key, std::string_view value) {
+  if (!HasKey(pairs, key)) pairs.push_back({std::string(key), std::string(value)});
+}
+
+// Settings of docs/data-access.md for the engines whose drivers are known.
+void AddEngineDefaults(std::vector<ConnectionPair>& pairs, Engine engine) {
+  if (engine == Engine::SQLite) {
+    AddDefault(pairs, "Timeout", "2000");
+    AddDefault(pairs, "SyncPragma", "FULL");
+    AddDefault(pairs, "JournalMode", "WAL");
+  } else if (engine == Engine::PostgreSQL) {
+    AddDefault(pairs, "CommLog", "0");
+    AddDefault(pairs, "Protocol", "7.4-1");
+    AddDefault(pairs, "UseDeclareFetch", "1");
+    AddDefault(pairs, "Fetch", "2000");
+    AddDefault(pairs, "BoolsAsChar", "0");
+  }
+}
+
+OdbcTarget PlainOdbc(std::vector<ConnectionPair> pairs) {
+  OdbcTarget target;
+  target.engine = EngineOfDriver(FindValue(pairs, "DRIVER"));
+  AddEngineDefaults(pairs, target.engine);
+  target.odbcString = BuildOdbcString(pairs);
+  return target;
+}
+
+OdbcTarget FromOdbcProvider(const std::vector<ConnectionPair>& outer) {
+  std::vector<ConnectionPair> pairs = ParseConnectionString(FindValue(outer, "Extended Properties"));
+  for (const auto& p : outer) {
+    if (IEquals(p.key, "Provider") || IEquals(p.key, "Extended Properties") ||
+        IEquals(p.key, "Persist Security Info")) {
+      continue;
+    }
+    const std::string key = IEquals(p.key, "User ID") ? "UID" : IEquals(p.key, "Password") ? "PWD" : p.key;
+    if (!HasKey(pairs, key)) pairs.push_back({key, p.value});
+  }
+  return PlainOdbc(std::move(pairs));
+}
+
+OdbcTarget FromFileProvider(const std::vector<ConnectionPair>& outer) {
+  const std::string file = FindValue(outer, "Data Source");
+  std::error_code ec;
+  if (file.empty() || !std::filesystem::is_regular_file(file, ec)) {
+    RaiseProvider(nullptr, "Connection.Open failed", {{"HY000", 0, "Could not find file '" + file + "'."}});
+  }
+  std::vector<ConnectionPair> pairs{{"DRIVER", "SQLite3"}, {"Database", file}};
+  return PlainOdbc(std::move(pairs));
+}
+
+}  // namespace
+
+std::vector<ConnectionPair> ParseConnectionString(std::string_view text) { return Parser(text).Run(); }
+
+std::string FindValue(const std::vector<ConnectionPair>& pairs, std::string_view key) {
+  for (auto it = pairs.rbegin(); it != pairs.rend(); ++it) {
+    if (IEquals(it->key, key)) return it->value;
+  }
+  return {};
+}
+
+bool HasKey(const std::vector<ConnectionPair>& pairs, std::string_view key) {
+  return std::any_of(pairs.begin(), pairs.end(), [&](const ConnectionPair& p) { return IEquals(p.key, key); });
+}
+
+std::string BuildOdbcString(const std::vector<ConnectionPair>& pairs) {
+  std::string out;
+  for (const auto& p : pairs) {
+    out += p.key;
+    out += '=';
+    if (NeedsBraces(p.value)) {
+      out += '{';
+      for (char c : p.value) {
+        out += c;
+        if (c == '}') out += '}';
+      }
+      out += '}';
+    } else {
+      out += p.value;
+    }
+    out += ';';
+  }
+  return out;
+}
+
+Engine EngineOfDriver(std::string_view driver) {
+  if (IContains(driver, "sqlite")) return Engine::SQLite;
+  if (IContains(driver, "postgres") || IContains(driver, "psqlodbc")) return Engine::PostgreSQL;
+  return Engine::Other;
+}
+
+OdbcTarget ResolveConnectionString(std::string_view text) {
+  const std::vector<ConnectionPair> pairs = ParseConnectionString(text);
+  if (!HasKey(pairs, "Provider")) return PlainOdbc(pairs);
+  const std::string provider = FindValue(pairs, "Provider");
+  if (IEquals(provider, "MSDASQL") || IEquals(provider, "MSDASQL.1")) return FromOdbcProvider(pairs);
+  if (IEquals(provider, "Microsoft.Jet.OLEDB.4.0") || IEquals(provider, "Microsoft.ACE.OLEDB.12.0")) {
+    return FromFileProvider(pairs);
+  }
+  RaiseAdo(adErrProviderNotFound, kConnectionSource, "provider '" + provider + "'");
+}
+
+}  // namespace velmora::ado::detail

@@ -1,0 +1,75 @@
+#include "ado/error_map.hpp"
+
+#include <memory>
+
+#include "velmora/ado/types.hpp"
+#include "velmora/com/error.hpp"
+
+namespace velmora::ado::detail {
+
+int32_t NumberForSqlState(std::string_view s) {
+  auto is = [&](std::string_view prefix) { return s.substr(0, prefix.size()) == prefix; };
+  if (is("42S02") || is("42P01") || is("S0002")) return DB_E_NOTABLE;
+  if (is("42") || is("37")) return DB_E_ERRORSINCOMMAND;
+  if (is("23")) return DB_E_INTEGRITYVIOLATION;
+  if (is("22") || is("07006")) return DB_E_CANTCONVERTVALUE;
+  if (is("28")) return DB_SEC_E_AUTH_FAILED;
+  if (is("HYT") || is("57014")) return DB_E_ABORTLIMITREACHED;
+  if (is("HY008")) return DB_E_CANCELED;
+  if (is("HYC00") || is("IM001") || is("0A")) return DB_E_NOTSUPPORTED;
+  if (is("40") || is("55P03")) return DB_E_CONCURRENCYVIOLATION;
+  return E_FAIL_;
+}
+
+std::string AdoErrorDescription(int32_t number) {
+  switch (number) {
+    case adErrInvalidArgument:
+      return "Arguments are of the wrong type, are out of acceptable range, or are in conflict with one another.";
+    case adErrNoCurrentRecord:
+      return "Either BOF or EOF is True, or the current record has been deleted. Requested operation requires a "
+             "current record.";
+    case adErrIllegalOperation: return "Operation is not allowed in this context.";
+    case adErrFeatureNotAvailable:
+      return "Object or provider is not capable of performing requested operation.";
+    case adErrItemNotFound:
+      return "Item cannot be found in the collection corresponding to the requested name or ordinal.";
+    case adErrObjectNotSet: return "Object is no longer valid.";
+    case adErrDataConversion: return "Application uses a value of the wrong type for the current operation.";
+    case adErrObjectClosed: return "Operation is not allowed when the object is closed.";
+    case adErrObjectOpen: return "Operation is not allowed when the object is open.";
+    case adErrProviderNotFound: return "Provider cannot be found. It may not be properly installed.";
+    case adErrInvalidConnection:
+      return "The connection cannot be used to perform this operation. It is either closed or invalid in this "
+             "context.";
+    case DB_E_CANTFETCHBACKWARDS: return "The rowset does not support fetching backward.";
+    case DB_E_BADINITSTRING:
+      return "Format of the initialization string does not conform to the connection-string rules.";
+    default: return "Unspecified error.";
+  }
+}
+
+void RaiseAdo(int32_t number, const std::string& source, const std::string& detail) {
+  std::string description = AdoErrorDescription(number);
+  if (!detail.empty()) description += " (" + detail + ")";
+  throw com::Error(number, description, source);
+}
+
+void RaiseProvider(Errors* errors, const std::string& what, const std::vector<ProviderDiag>& diags,
+                   int32_t fallbackNumber) {
+  if (errors) {
+    errors->Clear();
+    for (const auto& d : diags) {
+      errors->Append(std::make_shared<Error>(NumberForSqlState(d.sqlState), d.message, kProviderSource, d.sqlState,
+                                             d.nativeError));
+    }
+  }
+  if (diags.empty()) {
+    if (errors) errors->Append(std::make_shared<Error>(fallbackNumber, what, kProviderSource, "", 0));
+    throw com::Error(fallbackNumber, what, kProviderSource);
+  }
+  const ProviderDiag& first = diags.front();
+  const int32_t number = first.sqlState.empty() ? fallbackNumber : NumberForSqlState(first.sqlState);
+  throw com::Error(number, what + ": " + first.message + " (SQLSTATE " + first.sqlState + ")", kProviderSource);
+}
+
+}  // namespace velmora::ado::detail

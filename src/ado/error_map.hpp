@@ -1,0 +1,38 @@
+#pragma once
+// Error numbers and raising: the objects' own errors (adErr...) and provider
+// errors built from driver diagnostics, which also fill Connection.Errors.
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "velmora/ado/errors.hpp"
+
+namespace velmora::ado::detail {
+
+inline constexpr const char* kProviderSource = "velmora.ado.odbc";
+inline constexpr const char* kConnectionSource = "velmora.ado.Connection";
+inline constexpr const char* kRecordsetSource = "velmora.ado.Recordset";
+inline constexpr const char* kFieldSource = "velmora.ado.Field";
+
+struct ProviderDiag {
+  std::string sqlState;
+  int32_t nativeError = 0;
+  std::string message;
+};
+
+// The error number for a SQLSTATE (table in docs/data-access.md).
+int32_t NumberForSqlState(std::string_view sqlState);
+// The standard description of one of the objects' own error numbers.
+std::string AdoErrorDescription(int32_t number);
+
+// Raises the objects' own error `number`; `detail` (when given) is appended
+// to the standard description, naming what failed.
+[[noreturn]] void RaiseAdo(int32_t number, const std::string& source, const std::string& detail = {});
+
+// Replaces the contents of `errors` (when given) with one Error per record
+// and raises the first as com::Error whose description starts with `what`.
+[[noreturn]] void RaiseProvider(Errors* errors, const std::string& what, const std::vector<ProviderDiag>& diags,
+                                int32_t fallbackNumber = -2147467259);
+
+}  // namespace velmora::ado::detail

@@ -1,0 +1,221 @@
+#include "ado/odbc/session.hpp"
+
+#include "ado/error_map.hpp"
+#include "ado/odbc/api.hpp"
+#include "ado/odbc/result.hpp"
+#include "ado/values.hpp"
+
+namespace velmora::ado::detail {
+
+struct Session::Impl {
+  odbc::EnvHandle env;
+  odbc::DbcHandle dbc;
+  Engine engine = Engine::Other;
+  bool wide = false;
+  bool blockReads = false;
+  bool inTransaction = false;
+  ErrorsPtr errors;
+  std::string dbmsName;
+
+  [[noreturn]] void FailDbc(const std::string& what) const {
+    odbc::Fail(SQL_HANDLE_DBC, dbc.Get(), wide, errors.get(), what);
+  }
+  std::string InfoText(SQLUSMALLINT info) const {
+    char buffer[256] = {};
+    SQLSMALLINT length = 0;
+    if (!SQL_SUCCEEDED(SQLGetInfo(dbc.Get(), info, buffer, sizeof buffer, &length))) return {};
+    return std::string(buffer);
+  }
+  odbc::StmtHandle NewStatement() const {
+    SQLRETURN rc = SQL_ERROR;
+    auto stmt = odbc::StmtHandle::Allocate(dbc.Get(), rc);
+    if (!stmt) FailDbc("Allocating a statement failed");
+    return stmt;
+  }
+};
+
+namespace {
+
+// Runs one statement text on a handle, in the driver's character width.
+SQLRETURN ExecText(SQLHSTMT stmt, const std::string& sql, bool wide) {
+  if (wide) {
+    std::u16string text = Utf16FromUtf8(sql);
+    return SQLExecDirectW(stmt, reinterpret_cast<SQLWCHAR*>(text.data()), static_cast<SQLINTEGER>(text.size()));
+  }
+  return SQLExecDirect(stmt, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.data())),
+                       static_cast<SQLINTEGER>(sql.size()));
+}
+
+// Arguments of a catalog function in the driver's character width; nullopt
+// stays a null pointer (all).
+class CatalogArgs {
+ public:
+  CatalogArgs(const std::vector<std::optional<std::string>>& args, bool wide) : wide_(wide) {
+    for (const auto& a : args) {
+      narrow_.push_back(a.value_or(std::string()));
+      widen_.push_back(Utf16FromUtf8(a.value_or(std::string())));
+      given_.push_back(a.has_value());
+    }
+  }
+  SQLCHAR* Narrow(size_t i) {
+    return given_[i] ? reinterpret_cast<SQLCHAR*>(narrow_[i].data()) : nullptr;
+  }
+  SQLWCHAR* Wide(size_t i) { return given_[i] ? reinterpret_cast<SQLWCHAR*>(widen_[i].data()) : nullptr; }
+  SQLSMALLINT Length(size_t i) const {
+    if (!given_[i]) return 0;
+    return static_cast<SQLSMALLINT>(wide_ ? widen_[i].size() : narrow_[i].size());
+  }
+  bool IsWide() const { return wide_; }
+
+ private:
+  bool wide_;
+  std::vector<std::string> narrow_;
+  std::vector<std::u16string> widen_;
+  std::vector<bool> given_;
+};
+
+SQLRETURN CallCatalog(SQLHSTMT s, CatalogCall call, CatalogArgs& a) {
+  const bool w = a.IsWide();
+  switch (call) {
+    case CatalogCall::Tables:
+      return w ? SQLTablesW(s, a.Wide(0), a.Length(0), a.Wide(1), a.Length(1), a.Wide(2), a.Length(2), a.Wide(3),
+                            a.Length(3))
+               : SQLTables(s, a.Narrow(0), a.Length(0), a.Narrow(1), a.Length(1), a.Narrow(2), a.Length(2),
+                           a.Narrow(3), a.Length(3));
+    case CatalogCall::Columns:
+      return w ? SQLColumnsW(s, a.Wide(0), a.Length(0), a.Wide(1), a.Length(1), a.Wide(2), a.Length(2), a.Wide(3),
+                             a.Length(3))
+               : SQLColumns(s, a.Narrow(0), a.Length(0), a.Narrow(1), a.Length(1), a.Narrow(2), a.Length(2),
+                            a.Narrow(3), a.Length(3));
+    case CatalogCall::Statistics:
+      return w ? SQLStatisticsW(s, a.Wide(0), a.Length(0), a.Wide(1), a.Length(1), a.Wide(2), a.Length(2),
+                                SQL_INDEX_ALL, SQL_QUICK)
+               : SQLStatistics(s, a.Narrow(0), a.Length(0), a.Narrow(1), a.Length(1), a.Narrow(2), a.Length(2),
+                               SQL_INDEX_ALL, SQL_QUICK);
+    case CatalogCall::PrimaryKeys:
+      return w ? SQLPrimaryKeysW(s, a.Wide(0), a.Length(0), a.Wide(1), a.Length(1), a.Wide(2), a.Length(2))
+               : SQLPrimaryKeys(s, a.Narrow(0), a.Length(0), a.Narrow(1), a.Length(1), a.Narrow(2), a.Length(2));
+  }
+  return SQL_ERROR;
+}
+
+}  // namespace
+
+Session::Session() : impl_(std::make_unique<Impl>()) {}
+Session::~Session() {
+  if (impl_->dbc) {
+    if (impl_->inTransaction) SQLEndTran(SQL_HANDLE_DBC, impl_->dbc.Get(), SQL_ROLLBACK);
+    SQLDisconnect(impl_->dbc.Get());
+  }
+}
+
+std::shared_ptr<Session> Session::Connect(const OdbcTarget& target, int32_t loginTimeout, ErrorsPtr errors) {
+  std::shared_ptr<Session> session(new Session());
+  Impl& s = *session->impl_;
+  s.errors = std::move(errors);
+  SQLRETURN rc = SQL_ERROR;
+  s.env = odbc::EnvHandle::Allocate(SQL_NULL_HANDLE, rc);
+  if (!s.env) RaiseProvider(s.errors.get(), "Connection.Open failed: no ODBC environment", {});
+  SQLSetEnvAttr(s.env.Get(), SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+  s.dbc = odbc::DbcHandle::Allocate(s.env.Get(), rc);
+  if (!s.dbc) {
+    RaiseProvider(s.errors.get(), "Connection.Open failed", odbc::ReadDiagnostics(s.env, false));
+  }
+  SQLSetConnectAttr(s.dbc.Get(), SQL_ATTR_LOGIN_TIMEOUT,
+                    reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(std::max(loginTimeout, 0))), 0);
+  std::string text = target.odbcString;
+  rc = SQLDriverConnect(s.dbc.Get(), nullptr, reinterpret_cast<SQLCHAR*>(text.data()),
+                        static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
+  if (!SQL_SUCCEEDED(rc)) {
+    auto diags = odbc::ReadDiagnostics(s.dbc, false);
+    s.dbc.Reset();
+    RaiseProvider(s.errors.get(), "Connection.Open failed", diags);
+  }
+  s.dbmsName = s.InfoText(SQL_DBMS_NAME);
+  s.engine = target.engine != Engine::Other ? target.engine : EngineOfDriver(s.dbmsName);
+  s.wide = s.engine != Engine::SQLite;
+  SQLUINTEGER extensions = 0;
+  SQLGetInfo(s.dbc.Get(), SQL_GETDATA_EXTENSIONS, &extensions, sizeof extensions, nullptr);
+  constexpr SQLUINTEGER kNeeded = SQL_GD_ANY_COLUMN | SQL_GD_BLOCK | SQL_GD_BOUND;
+  s.blockReads = (extensions & kNeeded) == kNeeded;
+  return session;
+}
+
+Engine Session::EngineKind() const noexcept { return impl_->engine; }
+Errors* Session::ErrorSink() const noexcept { return impl_->errors.get(); }
+std::string Session::DbmsName() const { return impl_->dbmsName; }
+bool Session::InTransaction() const noexcept { return impl_->inTransaction; }
+
+Session::Outcome Session::Execute(const std::string& sql, int32_t timeoutSeconds, const std::string& what) {
+  odbc::StmtHandle stmt = impl_->NewStatement();
+  SQLSetStmtAttr(stmt.Get(), SQL_ATTR_QUERY_TIMEOUT,
+                 reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(std::max(timeoutSeconds, 0))), 0);
+  const bool wide = impl_->wide;
+  Errors* errors = impl_->errors.get();
+  auto run = [sql, wide, errors, what](odbc::StmtHandle& h) {
+    const SQLRETURN rc = ExecText(h.Get(), sql, wide);
+    if (!SQL_SUCCEEDED(rc) && rc != SQL_NO_DATA) odbc::Fail(SQL_HANDLE_STMT, h.Get(), wide, errors, what);
+  };
+  run(stmt);
+  Outcome outcome;
+  SQLSMALLINT columns = 0;
+  SQLNumResultCols(stmt.Get(), &columns);
+  if (columns > 0) {
+    odbc::ResultOptions options{impl_->engine, wide, impl_->blockReads, errors};
+    outcome.rows = std::make_unique<odbc::OdbcResult>(shared_from_this(), std::move(stmt), options, run);
+    return outcome;
+  }
+  SQLLEN count = -1;
+  if (SQL_SUCCEEDED(SQLRowCount(stmt.Get(), &count))) outcome.rowsAffected = count;
+  return outcome;
+}
+
+std::unique_ptr<RowSource> Session::Catalog(CatalogCall call, const std::vector<std::optional<std::string>>& args) {
+  odbc::StmtHandle stmt = impl_->NewStatement();
+  const bool wide = impl_->wide;
+  Errors* errors = impl_->errors.get();
+  auto run = [call, args, wide, errors](odbc::StmtHandle& h) {
+    CatalogArgs a(args, wide);
+    if (!SQL_SUCCEEDED(CallCatalog(h.Get(), call, a))) {
+      odbc::Fail(SQL_HANDLE_STMT, h.Get(), wide, errors, "Connection.OpenSchema failed");
+    }
+  };
+  run(stmt);
+  // Catalog results are read by position, one row at a time.
+  odbc::ResultOptions options{impl_->engine, wide, false, errors};
+  return std::make_unique<odbc::OdbcResult>(shared_from_this(), std::move(stmt), options, run);
+}
+
+std::string Session::SearchPatternEscape() const { return impl_->InfoText(SQL_SEARCH_PATTERN_ESCAPE); }
+
+int32_t Session::NullCollation() const {
+  SQLUSMALLINT value = 0;
+  if (!SQL_SUCCEEDED(SQLGetInfo(impl_->dbc.Get(), SQL_NULL_COLLATION, &value, sizeof value, nullptr))) return 0;
+  switch (value) {
+    case SQL_NC_HIGH: return 2;
+    case SQL_NC_LOW: return 4;
+    case SQL_NC_START: return 8;
+    case SQL_NC_END: return 1;
+    default: return 0;
+  }
+}
+
+void Session::BeginTransaction() {
+  if (!SQL_SUCCEEDED(SQLSetConnectAttr(impl_->dbc.Get(), SQL_ATTR_AUTOCOMMIT,
+                                       reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_OFF), 0))) {
+    impl_->FailDbc("Connection.BeginTrans failed");
+  }
+  impl_->inTransaction = true;
+}
+
+void Session::EndTransaction(bool commit) {
+  const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, impl_->dbc.Get(), commit ? SQL_COMMIT : SQL_ROLLBACK);
+  if (!SQL_SUCCEEDED(rc)) impl_->FailDbc(commit ? "Connection.CommitTrans failed" : "Connection.RollbackTrans failed");
+  impl_->inTransaction = false;
+  if (!SQL_SUCCEEDED(SQLSetConnectAttr(impl_->dbc.Get(), SQL_ATTR_AUTOCOMMIT,
+                                       reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0))) {
+    impl_->FailDbc("Restoring automatic commit failed");
+  }
+}
+
+}  // namespace velmora::ado::detail

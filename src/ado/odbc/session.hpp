@@ -1,0 +1,64 @@
+#pragma once
+// An ODBC connection to one database, shared by the Connection and its
+// Recordsets. This header exposes no ODBC types.
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ado/connection_string.hpp"
+#include "ado/cursor.hpp"
+#include "velmora/ado/connection.hpp"
+#include "velmora/ado/errors.hpp"
+
+namespace velmora::ado::detail {
+
+enum class CatalogCall { Tables, Columns, Statistics, PrimaryKeys };
+
+class Session : public std::enable_shared_from_this<Session> {
+ public:
+  // Connects; a failure fills `errors` and raises.
+  static std::shared_ptr<Session> Connect(const OdbcTarget& target, int32_t loginTimeout, ErrorsPtr errors);
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  Engine EngineKind() const noexcept;
+  Errors* ErrorSink() const noexcept;
+  std::string DbmsName() const;
+
+  // Runs `sql`; the rows when it returns a result set (nullptr otherwise).
+  struct Outcome {
+    std::unique_ptr<RowSource> rows;
+    int64_t rowsAffected = -1;
+  };
+  Outcome Execute(const std::string& sql, int32_t timeoutSeconds, const std::string& what);
+
+  // A catalog function with its arguments (nullopt = all); the driver's own
+  // result, read by position.
+  std::unique_ptr<RowSource> Catalog(CatalogCall call, const std::vector<std::optional<std::string>>& args);
+  // The escape for '%' and '_' in pattern arguments ("" when none).
+  std::string SearchPatternEscape() const;
+  // SQL_NULL_COLLATION as the OLE DB NULL_COLLATION value.
+  int32_t NullCollation() const;
+
+  void BeginTransaction();
+  void EndTransaction(bool commit);
+  bool InTransaction() const noexcept;
+
+  struct Impl;
+
+ private:
+  Session();
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace velmora::ado::detail
+
+namespace velmora::ado::detail {
+// The Field view (type, sizes, fixed/long/nullable attributes) of a column
+// that a catalog function describes by its SQL type.
+ColumnInfo DescribeCatalogColumn(int16_t sqlType, int64_t columnSize, int16_t decimalDigits, int16_t nullable,
+                                 const std::string& typeName, Engine engine);
+}  // namespace velmora::ado::detail
