@@ -93,6 +93,12 @@ bool PlanByTypeName(ColumnPlan& p, const ColumnDescription& d) {
     Numeric(p, d);
     return true;
   }
+  if (name == "blob" || name == "image" || name == "longblob" || name == "bytea") {
+    ColumnDescription asLong = d;
+    asLong.sqlType = SQL_LONGVARBINARY;
+    Binary(p, asLong);
+    return true;
+  }
   if (StartsWith(name, "money") || StartsWith(name, "currency") || StartsWith(name, "smallmoney")) {
     Currency(p);
     return true;
