@@ -1,0 +1,254 @@
+// The INI engine: reading sections and writing entries as the classic
+// profile-file functions do, plus atomic replacement.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "support/profile_document.hpp"
+#include "support_common/test_env.hpp"
+#include "velmora/com/error.hpp"
+#include "velmora/support/profile_services.hpp"
+
+namespace velmora::support {
+namespace {
+
+namespace fs = std::filesystem;
+using Lines = std::vector<std::string>;
+
+std::string IniPath() { return test::TempFile(".ini").string(); }
+
+void WriteText(const std::string& path, const std::string& text) {
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+std::string ReadText(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+const ProfileServices kProfile;
+
+// The classic fixture: CRLF lines, a quoted value, a line without "=".
+constexpr const char* kFixture = "[section1]\r\nname1=val1\r\nname2=\"val2\"\r\nname3\r\nname4=a\r\n[section2]\r\n";
+
+TEST(ProfileRead, SectionEntriesInFileOrder) {
+  const auto path = IniPath();
+  WriteText(path, kFixture);
+  EXPECT_EQ(kProfile.ProfileSectionRead(path, "section1"), (Lines{"name1=val1", "name2=val2", "name3", "name4=a"}));
+}
+
+TEST(ProfileRead, SectionNamesIgnoreCase) {
+  const auto path = IniPath();
+  WriteText(path, kFixture);
+  EXPECT_EQ(kProfile.ProfileSectionRead(path, "SECTION1").size(), 4u);
+}
+
+TEST(ProfileRead, CrOnlyAndLfFilesReadAlike) {
+  const auto cr = IniPath(), lf = IniPath();
+  std::string text = kFixture;
+  std::string crText, lfText;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text.compare(i, 2, "\r\n") == 0) {
+      crText += '\r';
+      lfText += '\n';
+      ++i;
+    } else {
+      crText += text[i];
+      lfText += text[i];
+    }
+  }
+  WriteText(cr, crText);
+  WriteText(lf, lfText);
+  EXPECT_EQ(kProfile.ProfileSectionRead(cr, "section1"), kProfile.ProfileSectionRead(lf, "section1"));
+  EXPECT_EQ(kProfile.ProfileSectionRead(lf, "section1").size(), 4u);
+}
+
+TEST(ProfileRead, BlanksTrimmedAroundNamesValuesAndSectionNames) {
+  const auto path = IniPath();
+  WriteText(path, "[  spaced  ]\n  key  =  some value \t\n");
+  EXPECT_EQ(kProfile.ProfileSectionRead(path, "spaced"), (Lines{"key=some value"}));
+}
+
+TEST(ProfileRead, ByteOrderMarkIgnored) {
+  const auto path = IniPath();
+  WriteText(path, "\xEF\xBB\xBF[s]\nk=v\n");
+  EXPECT_EQ(kProfile.ProfileSectionRead(path, "s"), (Lines{"k=v"}));
+}
+
+TEST(ProfileRead, CommentsAndBlankLinesLeftOut) {
+  const auto path = IniPath();
+  WriteText(path, "[s]\n; a comment\n\nk=v\n  ;indented comment\n#not=a comment\n");
+  EXPECT_EQ(kProfile.ProfileSectionRead(path, "s"), (Lines{"k=v", "#not=a comment"}));
+}
+
+TEST(ProfileRead, MissingFileOrSectionReadsNothing) {
+  const auto path = IniPath();
+  EXPECT_TRUE(kProfile.ProfileSectionRead(path, "s").empty());
+  WriteText(path, kFixture);
+  EXPECT_TRUE(kProfile.ProfileSectionRead(path, "section3").empty());
+  EXPECT_TRUE(kProfile.ProfileSectionRead(path, "section2").empty());
+}
+
+TEST(ProfileRead, FirstOfTwoSameNamedSectionsIsRead) {
+  const auto path = IniPath();
+  WriteText(path, "[s]\na=1\n[S]\nb=2\n");
+  EXPECT_EQ(kProfile.ProfileSectionRead(path, "s"), (Lines{"a=1"}));
+}
+
+TEST(ProfileRead, HeaderWithoutClosingBracketIsAnOrdinaryLine) {
+  const auto path = IniPath();
+  WriteText(path, "[s]\n[broken=1\n");
+  EXPECT_EQ(kProfile.ProfileSectionRead(path, "s"), (Lines{"[broken=1"}));
+}
+
+TEST(ProfileRead, UnreadableFileRaises) {
+  const auto path = IniPath();
+  fs::create_directory(path);  // a folder cannot be read as a file
+  try {
+    kProfile.ProfileSectionRead(path, "s");
+    FAIL() << "no error";
+  } catch (const com::Error& e) {
+    EXPECT_EQ(e.Number(), 75);
+  }
+}
+
+TEST(ProfileWrite, CreatesFileAndSectionsWithCrlfLines) {
+  const auto path = IniPath();
+  kProfile.ProfileEntriesWrite(path, "App1", {{"key1", "string1"}, {"key2", "string2"}});
+  kProfile.ProfileEntriesWrite(path, "App2", {{"key4", "string4"}});
+  kProfile.ProfileEntriesWrite(path, "App1", {{"key3", "string3"}});
+  EXPECT_EQ(ReadText(path), "[App1]\r\nkey1=string1\r\nkey2=string2\r\nkey3=string3\r\n[App2]\r\nkey4=string4\r\n");
+}
+
+TEST(ProfileWrite, EmptyValueWritesKeyAndEquals) {
+  const auto path = IniPath();
+  kProfile.ProfileEntriesWrite(path, "App", {{"key", ""}});
+  EXPECT_EQ(ReadText(path), "[App]\r\nkey=\r\n");
+}
+
+TEST(ProfileWrite, ReplacesSameNamedEntryInPlaceKeepingEverythingElse) {
+  const auto path = IniPath();
+  const std::string before = "; header comment\n[other]\nx=1\n[s]\n; note\nKey = old\nunknown line\ny=2\n\n[last]\nz=3\n";
+  WriteText(path, before);
+  kProfile.ProfileEntriesWrite(path, "S", {{"KEY", "new"}});
+  EXPECT_EQ(ReadText(path),
+            "; header comment\n[other]\nx=1\n[s]\n; note\nKey=new\nunknown line\ny=2\n\n[last]\nz=3\n");
+}
+
+TEST(ProfileWrite, NewEntryGoesAfterTheLastLineOfItsSection) {
+  const auto path = IniPath();
+  WriteText(path, "[s]\na=1\n\n[t]\nb=2\n");
+  kProfile.ProfileEntriesWrite(path, "s", {{"c", "3"}});
+  EXPECT_EQ(ReadText(path), "[s]\na=1\nc=3\n\n[t]\nb=2\n");
+}
+
+TEST(ProfileWrite, LaterDuplicatesOfAReplacedEntryAreRemoved) {
+  const auto path = IniPath();
+  WriteText(path, "[s]\na=1\nb=2\nA=3\n");
+  kProfile.ProfileEntriesWrite(path, "s", {{"a", "9"}});
+  EXPECT_EQ(ReadText(path), "[s]\na=9\nb=2\n");
+}
+
+TEST(ProfileWrite, FileWithoutFinalLineEndGetsOneBeforeNewLines) {
+  const auto path = IniPath();
+  WriteText(path, "[s]\na=1");
+  kProfile.ProfileEntriesWrite(path, "s", {{"b", "2"}});
+  kProfile.ProfileEntriesWrite(path, "t", {{"c", "3"}});
+  EXPECT_EQ(ReadText(path), "[s]\na=1\nb=2\n[t]\nc=3\n");
+}
+
+TEST(ProfileWrite, ByteOrderMarkAndBytesBeforeFirstSectionKept) {
+  const auto path = IniPath();
+  WriteText(path, std::string("\xEF\xBB\xBFpreamble\0line\r\n[s]\r\na=1\r\n", 28));
+  kProfile.ProfileEntriesWrite(path, "s", {{"a", "2"}});
+  EXPECT_EQ(ReadText(path), std::string("\xEF\xBB\xBFpreamble\0line\r\n[s]\r\na=2\r\n", 28));
+}
+
+TEST(ProfileWrite, ValuesWithEdgeBlanksOrQuotesReadBackUnchanged) {
+  const auto path = IniPath();
+  const Lines values{" lead", "trail ", "\"quoted\"", "\"", "in side", "\t"};
+  std::vector<ProfileEntry> entries;
+  for (std::size_t i = 0; i < values.size(); ++i) entries.push_back({"k" + std::to_string(i), values[i]});
+  kProfile.ProfileEntriesWrite(path, "s", entries);
+  const Lines read = kProfile.ProfileSectionRead(path, "s");
+  ASSERT_EQ(read.size(), values.size());
+  for (std::size_t i = 0; i < values.size(); ++i) EXPECT_EQ(read[i], "k" + std::to_string(i) + "=" + values[i]);
+}
+
+TEST(ProfileWrite, NonAsciiNamesAndValuesCompareWithoutCase) {
+  const auto path = IniPath();
+  kProfile.ProfileEntriesWrite(path, "Sezione", {{"Città", "Forlì"}});
+  kProfile.ProfileEntriesWrite(path, "SEZIONE", {{"CITTÀ", "Cesena"}});
+  EXPECT_EQ(kProfile.ProfileSectionRead(path, "sezione"), (Lines{"Città=Cesena"}));
+}
+
+TEST(ProfileWrite, NamesAndValuesThatCannotBeStoredAreRefused) {
+  const auto path = IniPath();
+  const std::vector<ProfileEntry> bad{{"a=b", "v"}, {"line\nbreak", "v"}, {" lead", "v"}, {"[x", "v"},
+                                      {";x", "v"},  {"k", "two\nlines"}, {"k", std::string("nul\0", 4)}};
+  for (const ProfileEntry& entry : bad) {
+    try {
+      kProfile.ProfileEntriesWrite(path, "s", {entry});
+      ADD_FAILURE() << "accepted " << entry.name;
+    } catch (const com::Error& e) {
+      EXPECT_EQ(e.Number(), 5);
+    }
+  }
+  EXPECT_FALSE(fs::exists(path));
+}
+
+TEST(ProfileWrite, UnwritableFolderRaisesAndLeavesNoTemporaryFile) {
+  const fs::path folder = test::TempDir() / "missing-folder";
+  try {
+    kProfile.ProfileEntriesWrite((folder / "x.ini").string(), "s", {{"a", "1"}});
+    FAIL() << "no error";
+  } catch (const com::Error& e) {
+    EXPECT_EQ(e.Number(), 75);
+  }
+  EXPECT_FALSE(fs::exists(folder));
+}
+
+TEST(ProfileWrite, ReplacementKeepsTheFileMode) {
+  const auto path = IniPath();
+  WriteText(path, "[s]\na=1\n");
+  fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+  kProfile.ProfileEntriesWrite(path, "s", {{"a", "2"}});
+  EXPECT_EQ(fs::status(path).permissions() & fs::perms::all,
+            fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+}
+
+TEST(ProfileWrite, SymbolicLinkSurvivesAndItsTargetChanges) {
+  const auto target = IniPath();
+  const auto link = (test::TempDir() / "link.ini").string();
+  WriteText(target, "[s]\na=1\n");
+  fs::create_symlink(target, link);
+  kProfile.ProfileEntriesWrite(link, "s", {{"a", "2"}});
+  EXPECT_TRUE(fs::is_symlink(link));
+  EXPECT_EQ(ReadText(target), "[s]\na=2\n");
+}
+
+TEST(ProfileWrite, NoTemporaryFilesLeftBehind) {
+  const fs::path folder = test::TempDir() / "clean";
+  fs::create_directory(folder);
+  const auto path = (folder / "f.ini").string();
+  for (int i = 0; i < 5; ++i) kProfile.ProfileEntriesWrite(path, "s", {{"k" + std::to_string(i), "v"}});
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder)) names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(names, (Lines{"f.ini", "f.ini.lock"}));
+}
+
+TEST(ProfileDocumentText, UnchangedDocumentKeepsEveryByte) {
+  const std::string text = "junk\r[a]\n k = v \r\n;c\n\n[b]x\nno equals";
+  EXPECT_EQ(ProfileDocument::Parse(text).Text(), text);
+}
+
+}  // namespace
+}  // namespace velmora::support
