@@ -278,7 +278,16 @@ std::string FormatNumberValue(const ExactNumber& value, std::string_view pattern
 
 // The exact value to format; doubles keep their 15 significant digits.
 ExactNumber NumberOf(const Variant& v) {
-  if (auto s = v.TryGet<std::string>()) return *detail::ParseNumber(*s);
+  if (v.IsString()) {
+    // Exact when it fits a Decimal; larger texts are read as doubles (and
+    // overflow beyond them) rather than spelled out digit by digit.
+    try {
+      return detail::ExactFromDecimal(CDec(v));
+    } catch (const Error& e) {
+      if (e.Number() != errOverflow) throw;
+      return detail::ExactFromDouble(CDbl(v), 15);
+    }
+  }
   if (auto f = v.TryGet<float>()) return detail::ExactFromDouble(*f, 7);
   if (v.TryGet<double>() || v.TryGet<Date>()) return detail::ExactFromDouble(CDbl(v), 15);
   return detail::ExactFromDecimal(CDec(v));

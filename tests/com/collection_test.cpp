@@ -6,19 +6,13 @@
 #include <optional>
 #include <random>
 
+#include "com/error_number.hpp"
 #include "velmora/com.hpp"
 
 namespace velmora::com {
 namespace {
 
-int32_t ErrorNumber(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.Number();
-  }
-  return 0;
-}
+using test::ErrorNumber;
 
 TEST(Collection, AddItemRemoveCount) {
   Collection c;

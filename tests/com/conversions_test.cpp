@@ -4,20 +4,13 @@
 #include <cmath>
 #include <limits>
 
+#include "com/error_number.hpp"
 #include "velmora/com.hpp"
 
 namespace velmora::com {
 namespace {
 
-template <class F>
-int32_t ErrorNumber(F&& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.Number();
-  }
-  return 0;
-}
+using test::ErrorNumber;
 
 Decimal DecimalOf(const std::string& text) { return CDec(Variant(text)); }
 

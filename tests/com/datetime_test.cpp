@@ -3,21 +3,15 @@
 
 #include <cmath>
 
+#include "com/error_number.hpp"
 #include "velmora/com.hpp"
 
 namespace velmora::com {
 namespace {
 
-constexpr double kSecond = 1.0 / 86400;
+using test::ErrorNumber;
 
-int32_t ErrorNumber(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.Number();
-  }
-  return 0;
-}
+constexpr double kSecond = 1.0 / 86400;
 
 double Parsed(const std::string& text) { return CDate(Variant(text)).value; }
 

@@ -1,19 +1,13 @@
 // Format patterns and the comparison of variants.
 #include <gtest/gtest.h>
 
+#include "com/error_number.hpp"
 #include "velmora/com.hpp"
 
 namespace velmora::com {
 namespace {
 
-int32_t ErrorNumber(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.Number();
-  }
-  return 0;
-}
+using test::ErrorNumber;
 
 TEST(Format, DatePatterns) {
   const Date d(2.525);  // 1900-01-01 12:36
@@ -81,6 +75,9 @@ TEST(Format, SpecialValues) {
   EXPECT_EQ(Format(Variant("abc"), "00"), "abc");
   EXPECT_EQ(Format(1.5, ""), "1.5");
   EXPECT_EQ(Format(Variant(), "00"), "00");
+  EXPECT_EQ(Format(Variant("1e20"), "0"), "100000000000000000000");
+  EXPECT_EQ(Format(Variant("1e30"), "0"), "1000000000000000000000000000000");
+  EXPECT_EQ(ErrorNumber([] { Format(Variant("1E1000000000"), "0"); }), errOverflow);
 }
 
 TEST(VarCompare, NullGivesNull) {

@@ -1,0 +1,18 @@
+#pragma once
+// The number of the com::Error an action raises (0 when it raises none).
+#include <functional>
+
+#include "velmora/com/error.hpp"
+
+namespace velmora::com::test {
+
+inline int32_t ErrorNumber(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const Error& e) {
+    return e.Number();
+  }
+  return 0;
+}
+
+}  // namespace velmora::com::test
