@@ -9,35 +9,16 @@
 #include <unordered_map>
 #include <vector>
 
-#include "velmora/com/error.hpp"
+#include "ado/error_map.hpp"
 
 namespace velmora::ado {
 
 namespace {
 
-constexpr int32_t kErrInvalidArgument = 3001;
-constexpr int32_t kErrIllegalOperation = 3219;
-constexpr int32_t kErrFeatureNotAvailable = 3251;
-constexpr int32_t kErrObjectClosed = 3704;
-constexpr int32_t kErrObjectOpen = 3705;
-constexpr const char* kSource = "Velmora.Stream";
+constexpr const char* kStreamSource = "velmora.ado.Stream";
 
 [[noreturn]] void RaiseStreamError(int32_t number) {
-  const char* description = "";
-  switch (number) {
-    case kErrInvalidArgument:
-      description =
-          "Arguments are of the wrong type, are out of acceptable range, or are in conflict with one another.";
-      break;
-    case kErrIllegalOperation: description = "Operation is not allowed in this context."; break;
-    case kErrFeatureNotAvailable:
-      description = "Object or provider is not capable of performing requested operation.";
-      break;
-    case kErrObjectClosed: description = "Operation is not allowed when the object is closed."; break;
-    case kErrObjectOpen: description = "Operation is not allowed when the object is open."; break;
-    default: break;
-  }
-  throw com::Error(number, description, kSource);
+  detail::RaiseAdo(number, kStreamSource);
 }
 
 // ---- UTF-8 (generalized: lone surrogates are kept in their 3-byte form) ----
@@ -105,8 +86,12 @@ void AppendUtf16Unit(com::ByteArray& out, char32_t unit) {
   out.push_back(static_cast<uint8_t>(unit >> 8));
 }
 
-bool IsHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool IsLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+bool IsHighSurrogate(char32_t unit) {
+  return unit >= 0xD800 && unit <= 0xDBFF;
+}
+bool IsLowSurrogate(char32_t unit) {
+  return unit >= 0xDC00 && unit <= 0xDFFF;
+}
 
 char32_t Utf16UnitAt(const uint8_t* data, std::size_t offset) {
   return static_cast<char32_t>(data[offset] | (data[offset + 1] << 8));
@@ -139,7 +124,7 @@ class IconvCache {
     auto it = table_.find(key);
     if (it == table_.end()) {
       iconv_t cd = iconv_open(to.c_str(), from.c_str());
-      if (cd == reinterpret_cast<iconv_t>(-1)) RaiseStreamError(kErrInvalidArgument);
+      if (cd == reinterpret_cast<iconv_t>(-1)) RaiseStreamError(adErrInvalidArgument);
       it = table_.emplace(key, cd).first;
     }
     iconv(it->second, nullptr, nullptr, nullptr, nullptr);
@@ -185,7 +170,9 @@ bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
          });
 }
 
-bool IsUnicodeCharset(const std::string& charset) { return EqualsIgnoringCase(charset, "Unicode"); }
+bool IsUnicodeCharset(const std::string& charset) {
+  return EqualsIgnoringCase(charset, "Unicode");
+}
 
 // The byte-order mark a text stream of this set starts with ("" for none).
 std::string_view ByteOrderMark(const std::string& charset) {
@@ -219,15 +206,19 @@ DecodedChar NextChar(const uint8_t* data, std::size_t size, const std::string& c
 }
 
 std::string DecodeText(const uint8_t* data, std::size_t size, const std::string& charset) {
-  return IsUnicodeCharset(charset) ? StringFromUtf16leBytes(data, size) : StringFromCharsetBytes(data, size, charset);
+  return IsUnicodeCharset(charset) ? StringFromUtf16leBytes(data, size)
+                                   : StringFromCharsetBytes(data, size, charset);
 }
 
 // The line separator as text.
 std::string_view SeparatorText(int32_t separator) {
   switch (separator) {
-    case adLF: return "\n";
-    case adCR: return "\r";
-    default: return "\r\n";
+    case adLF:
+      return "\n";
+    case adCR:
+      return "\r";
+    default:
+      return "\r\n";
   }
 }
 
@@ -266,11 +257,12 @@ std::string StringFromUtf16leBytes(const uint8_t* data, std::size_t size) {
 com::ByteArray CharsetBytesFromString(std::string_view text, const std::string& charset) {
   com::ByteArray out;
   out.reserve(text.size());
-  ConvertAll(Converter(charset, "UTF-8"), text.data(), text.size(), out, [&out](const char* in, std::size_t left) {
-    const DecodedChar c = NextUtf8(std::string_view(in, left));
-    out.push_back(c.cp >= 0x80 && c.cp <= 0x9F ? static_cast<uint8_t>(c.cp) : uint8_t{'?'});
-    return c.length;
-  });
+  ConvertAll(Converter(charset, "UTF-8"), text.data(), text.size(), out,
+             [&out](const char* in, std::size_t left) {
+               const DecodedChar c = NextUtf8(std::string_view(in, left));
+               out.push_back(c.cp >= 0x80 && c.cp <= 0x9F ? static_cast<uint8_t>(c.cp) : uint8_t{'?'});
+               return c.length;
+             });
   return out;
 }
 
@@ -308,12 +300,12 @@ struct Stream::Impl {
   const uint8_t* Here() const { return bytes.data() + position; }
 
   void RequireType(int32_t wanted) const {
-    if (type != wanted) RaiseStreamError(kErrIllegalOperation);
+    if (type != wanted) RaiseStreamError(adErrIllegalOperation);
   }
   // Settings that change how the content is read are fixed once the
   // position has left the start.
   void RequireAtStart() const {
-    if (open && position != 0) RaiseStreamError(kErrIllegalOperation);
+    if (open && position != 0) RaiseStreamError(adErrIllegalOperation);
   }
   void SkipByteOrderMark() {
     const std::string_view mark = ByteOrderMark(charset);
@@ -351,13 +343,14 @@ Stream::Stream() : impl_(std::make_unique<Impl>()) {}
 Stream::~Stream() = default;
 
 Stream::Impl& Stream::OpenImpl() const {
-  if (!impl_->open) RaiseStreamError(kErrObjectClosed);
+  if (!impl_->open) RaiseStreamError(adErrObjectClosed);
   return *impl_;
 }
 
-void Stream::Open(const com::Variant& source, int32_t mode, int32_t options, const std::string&, const std::string&) {
-  if (impl_->open) RaiseStreamError(kErrObjectOpen);
-  if (!source.IsMissing() && !source.IsEmpty()) RaiseStreamError(kErrFeatureNotAvailable);
+void Stream::Open(const com::Variant& source, int32_t mode, int32_t options, const std::string&,
+                  const std::string&) {
+  if (impl_->open) RaiseStreamError(adErrObjectOpen);
+  if (!source.IsMissing() && !source.IsEmpty()) RaiseStreamError(adErrFeatureNotAvailable);
   static_cast<void>(options);  // only an empty stream can be opened: no option applies
   impl_->open = true;
   impl_->mode = mode;
@@ -372,35 +365,49 @@ void Stream::Close() {
   s.position = 0;
 }
 
-int32_t Stream::State() const noexcept { return impl_->open ? 1 : 0; }
+int32_t Stream::State() const noexcept {
+  return impl_->open ? 1 : 0;
+}
 
-int32_t Stream::Type() const noexcept { return impl_->type; }
+int32_t Stream::Type() const noexcept {
+  return impl_->type;
+}
 void Stream::Type(int32_t type) {
-  if (type != adTypeBinary && type != adTypeText) RaiseStreamError(kErrInvalidArgument);
+  if (type != adTypeBinary && type != adTypeText) RaiseStreamError(adErrInvalidArgument);
   impl_->RequireAtStart();
   impl_->type = type;
 }
 
-const std::string& Stream::Charset() const noexcept { return impl_->charset; }
+const std::string& Stream::Charset() const noexcept {
+  return impl_->charset;
+}
 void Stream::Charset(const std::string& charset) {
   impl_->RequireAtStart();
   if (!IsUnicodeCharset(charset)) Converter("UTF-8", charset);  // raises 3001 for an unknown set
   impl_->charset = charset;
 }
 
-int32_t Stream::LineSeparator() const noexcept { return impl_->lineSeparator; }
+int32_t Stream::LineSeparator() const noexcept {
+  return impl_->lineSeparator;
+}
 void Stream::LineSeparator(int32_t separator) {
-  if (separator != adCRLF && separator != adLF && separator != adCR) RaiseStreamError(kErrInvalidArgument);
+  if (separator != adCRLF && separator != adLF && separator != adCR) RaiseStreamError(adErrInvalidArgument);
   impl_->lineSeparator = separator;
 }
 
-int32_t Stream::Mode() const noexcept { return impl_->mode; }
+int32_t Stream::Mode() const noexcept {
+  return impl_->mode;
+}
 
-int64_t Stream::Size() const { return static_cast<int64_t>(OpenImpl().bytes.size()); }
-int64_t Stream::Position() const { return static_cast<int64_t>(OpenImpl().position); }
+int64_t Stream::Size() const {
+  return static_cast<int64_t>(OpenImpl().bytes.size());
+}
+int64_t Stream::Position() const {
+  return static_cast<int64_t>(OpenImpl().position);
+}
 void Stream::Position(int64_t position) {
   Impl& s = OpenImpl();
-  if (position < 0) RaiseStreamError(kErrInvalidArgument);
+  if (position < 0) RaiseStreamError(adErrInvalidArgument);
   const auto target = static_cast<std::size_t>(position);
   if (target > s.bytes.size()) s.bytes.resize(target);
   s.position = target;
@@ -417,7 +424,7 @@ void Stream::SetEOS() {
 com::Variant Stream::Read(int32_t numBytes) {
   Impl& s = OpenImpl();
   s.RequireType(adTypeBinary);
-  if (numBytes < adReadAll) RaiseStreamError(kErrInvalidArgument);
+  if (numBytes < adReadAll) RaiseStreamError(adErrInvalidArgument);
   const std::size_t count = numBytes == adReadAll ? s.Left() : std::min<std::size_t>(s.Left(), numBytes);
   if (count == 0) return com::Null;
   com::ByteArray out(s.Here(), s.Here() + count);
@@ -434,14 +441,14 @@ void Stream::Write(const com::Variant& buffer) {
     const com::ByteArray units = Utf16leBytesFromString(*text);
     s.WriteBytes(units.data(), units.size());
   } else {
-    RaiseStreamError(kErrInvalidArgument);
+    RaiseStreamError(adErrInvalidArgument);
   }
 }
 
 std::string Stream::ReadText(int32_t numChars) {
   Impl& s = OpenImpl();
   s.RequireType(adTypeText);
-  if (numChars < adReadLine) RaiseStreamError(kErrInvalidArgument);
+  if (numChars < adReadLine) RaiseStreamError(adErrInvalidArgument);
   s.SkipByteOrderMark();
   if (numChars == adReadLine) return s.ReadLine();
   if (numChars != adReadAll) return s.ReadChars(numChars);
@@ -453,13 +460,13 @@ std::string Stream::ReadText(int32_t numChars) {
 void Stream::WriteText(const std::string& data, int32_t options) {
   Impl& s = OpenImpl();
   s.RequireType(adTypeText);
-  if (options != adWriteChar && options != adWriteLine) RaiseStreamError(kErrInvalidArgument);
+  if (options != adWriteChar && options != adWriteLine) RaiseStreamError(adErrInvalidArgument);
   if (s.position == 0 && s.bytes.empty()) {
     const std::string_view mark = ByteOrderMark(s.charset);
     s.WriteBytes(reinterpret_cast<const uint8_t*>(mark.data()), mark.size());
   }
-  const com::ByteArray encoded =
-      EncodeText(options == adWriteLine ? data + std::string(SeparatorText(s.lineSeparator)) : data, s.charset);
+  const com::ByteArray encoded = EncodeText(
+      options == adWriteLine ? data + std::string(SeparatorText(s.lineSeparator)) : data, s.charset);
   s.WriteBytes(encoded.data(), encoded.size());
 }
 

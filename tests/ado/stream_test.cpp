@@ -13,12 +13,6 @@ using velmora::ado::Stream;
 namespace ado = velmora::ado;
 namespace com = velmora::com;
 
-constexpr int32_t kInvalidArgument = 3001;
-constexpr int32_t kIllegalOperation = 3219;
-constexpr int32_t kNotCapable = 3251;
-constexpr int32_t kObjectClosed = 3704;
-constexpr int32_t kObjectOpen = 3705;
-
 template <class F>
 int32_t ErrorNumberOf(F&& f) {
   try {
@@ -36,7 +30,9 @@ std::shared_ptr<Stream> OpenStream(int32_t type) {
   return s;
 }
 
-com::ByteArray Bytes(std::string_view text) { return com::ByteArray(text.begin(), text.end()); }
+com::ByteArray Bytes(std::string_view text) {
+  return com::ByteArray(text.begin(), text.end());
+}
 
 TEST(Stream, NewStreamIsClosedTextUnicode) {
   Stream s;
@@ -49,14 +45,14 @@ TEST(Stream, NewStreamIsClosedTextUnicode) {
 
 TEST(Stream, ClosedStreamRaises3704) {
   Stream s;
-  EXPECT_EQ(ErrorNumberOf([&] { s.Size(); }), kObjectClosed);
-  EXPECT_EQ(ErrorNumberOf([&] { s.IsEOS(); }), kObjectClosed);
-  EXPECT_EQ(ErrorNumberOf([&] { s.Position(); }), kObjectClosed);
-  EXPECT_EQ(ErrorNumberOf([&] { s.Position(0); }), kObjectClosed);
-  EXPECT_EQ(ErrorNumberOf([&] { s.Read(); }), kObjectClosed);
-  EXPECT_EQ(ErrorNumberOf([&] { s.ReadText(); }), kObjectClosed);
-  EXPECT_EQ(ErrorNumberOf([&] { s.SetEOS(); }), kObjectClosed);
-  EXPECT_EQ(ErrorNumberOf([&] { s.Close(); }), kObjectClosed);
+  EXPECT_EQ(ErrorNumberOf([&] { s.Size(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumberOf([&] { s.IsEOS(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumberOf([&] { s.Position(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumberOf([&] { s.Position(0); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumberOf([&] { s.Read(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumberOf([&] { s.ReadText(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumberOf([&] { s.SetEOS(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumberOf([&] { s.Close(); }), ado::adErrObjectClosed);
 }
 
 TEST(Stream, OpenWithoutSourceIsEmpty) {
@@ -66,12 +62,12 @@ TEST(Stream, OpenWithoutSourceIsEmpty) {
   EXPECT_EQ(s.Size(), 0);
   EXPECT_EQ(s.Position(), 0);
   EXPECT_TRUE(s.IsEOS());
-  EXPECT_EQ(ErrorNumberOf([&] { s.Open(); }), kObjectOpen);
+  EXPECT_EQ(ErrorNumberOf([&] { s.Open(); }), ado::adErrObjectOpen);
 }
 
 TEST(Stream, OpenWithSourceIsNotSupported) {
   Stream s;
-  EXPECT_EQ(ErrorNumberOf([&] { s.Open(com::Variant("file.bin")); }), kNotCapable);
+  EXPECT_EQ(ErrorNumberOf([&] { s.Open(com::Variant("file.bin")); }), ado::adErrFeatureNotAvailable);
   EXPECT_EQ(s.State(), 0);
 }
 
@@ -80,7 +76,7 @@ TEST(Stream, CloseTwiceRaises) {
   s.Open();
   s.Close();
   EXPECT_EQ(s.State(), 0);
-  EXPECT_EQ(ErrorNumberOf([&] { s.Close(); }), kObjectClosed);
+  EXPECT_EQ(ErrorNumberOf([&] { s.Close(); }), ado::adErrObjectClosed);
   s.Open();  // can be opened again, empty
   EXPECT_EQ(s.Size(), 0);
 }
@@ -111,14 +107,14 @@ TEST(Stream, SetEOSTruncatesAtPosition) {
 
 TEST(Stream, TextStreamRejectsByteOperations) {
   auto s = OpenStream(ado::adTypeText);
-  EXPECT_EQ(ErrorNumberOf([&] { s->Read(); }), kIllegalOperation);
-  EXPECT_EQ(ErrorNumberOf([&] { s->Write(Bytes("ab")); }), kIllegalOperation);
+  EXPECT_EQ(ErrorNumberOf([&] { s->Read(); }), ado::adErrIllegalOperation);
+  EXPECT_EQ(ErrorNumberOf([&] { s->Write(Bytes("ab")); }), ado::adErrIllegalOperation);
 }
 
 TEST(Stream, BinaryStreamRejectsTextOperations) {
   auto s = OpenStream(ado::adTypeBinary);
-  EXPECT_EQ(ErrorNumberOf([&] { s->ReadText(); }), kIllegalOperation);
-  EXPECT_EQ(ErrorNumberOf([&] { s->WriteText("x"); }), kIllegalOperation);
+  EXPECT_EQ(ErrorNumberOf([&] { s->ReadText(); }), ado::adErrIllegalOperation);
+  EXPECT_EQ(ErrorNumberOf([&] { s->WriteText("x"); }), ado::adErrIllegalOperation);
 }
 
 TEST(Stream, BinaryReadOfEmptyStreamIsNull) {
@@ -129,9 +125,9 @@ TEST(Stream, BinaryReadOfEmptyStreamIsNull) {
 
 TEST(Stream, BinaryWriteRejectsEmptyAndNonBytes) {
   auto s = OpenStream(ado::adTypeBinary);
-  EXPECT_EQ(ErrorNumberOf([&] { s->Write(com::Variant()); }), kInvalidArgument);
-  EXPECT_EQ(ErrorNumberOf([&] { s->Write(com::Null); }), kInvalidArgument);
-  EXPECT_EQ(ErrorNumberOf([&] { s->Write(int32_t{4}); }), kInvalidArgument);
+  EXPECT_EQ(ErrorNumberOf([&] { s->Write(com::Variant()); }), ado::adErrInvalidArgument);
+  EXPECT_EQ(ErrorNumberOf([&] { s->Write(com::Null); }), ado::adErrInvalidArgument);
+  EXPECT_EQ(ErrorNumberOf([&] { s->Write(int32_t{4}); }), ado::adErrInvalidArgument);
 }
 
 TEST(Stream, BinaryWriteThenReadAll) {
@@ -152,7 +148,7 @@ TEST(Stream, BinaryReadCountStopsAtEnd) {
   s->Position(1);
   EXPECT_EQ(s->Read(1).Get<com::ByteArray>(), (com::ByteArray{8}));
   EXPECT_EQ(s->Read(10).Get<com::ByteArray>(), (com::ByteArray{7}));
-  EXPECT_EQ(ErrorNumberOf([&] { s->Read(-3); }), kInvalidArgument);
+  EXPECT_EQ(ErrorNumberOf([&] { s->Read(-3); }), ado::adErrInvalidArgument);
 }
 
 TEST(Stream, WriteOverwritesThenExtends) {
@@ -170,7 +166,7 @@ TEST(Stream, PositionBeyondEndExtendsWithZeros) {
   EXPECT_EQ(s->Size(), 3);
   s->Position(0);
   EXPECT_EQ(s->Read().Get<com::ByteArray>(), (com::ByteArray{0, 0, 0}));
-  EXPECT_EQ(ErrorNumberOf([&] { s->Position(-1); }), kInvalidArgument);
+  EXPECT_EQ(ErrorNumberOf([&] { s->Position(-1); }), ado::adErrInvalidArgument);
 }
 
 TEST(Stream, StringWrittenToBinaryStreamGivesUtf16leBytes) {
@@ -189,12 +185,12 @@ TEST(Stream, EmptyStringWritesNothing) {
 TEST(Stream, TypeAndCharsetAreFixedAwayFromTheStart) {
   auto s = OpenStream(ado::adTypeBinary);
   s->Write(com::ByteArray{1, 2});
-  EXPECT_EQ(ErrorNumberOf([&] { s->Type(ado::adTypeText); }), kIllegalOperation);
-  EXPECT_EQ(ErrorNumberOf([&] { s->Charset("utf-8"); }), kIllegalOperation);
+  EXPECT_EQ(ErrorNumberOf([&] { s->Type(ado::adTypeText); }), ado::adErrIllegalOperation);
+  EXPECT_EQ(ErrorNumberOf([&] { s->Charset("utf-8"); }), ado::adErrIllegalOperation);
   s->Position(0);
   s->Type(ado::adTypeText);
   EXPECT_EQ(s->Type(), ado::adTypeText);
-  EXPECT_EQ(ErrorNumberOf([&] { s->Type(3); }), kInvalidArgument);
+  EXPECT_EQ(ErrorNumberOf([&] { s->Type(3); }), ado::adErrInvalidArgument);
 }
 
 TEST(Stream, TextWrittenAsUnicodeReadsBackAsBytes) {
@@ -207,7 +203,7 @@ TEST(Stream, TextWrittenAsUnicodeReadsBackAsBytes) {
 
 TEST(Stream, UnknownCharsetRaises) {
   Stream s;
-  EXPECT_EQ(ErrorNumberOf([&] { s.Charset("no-such-charset"); }), kInvalidArgument);
+  EXPECT_EQ(ErrorNumberOf([&] { s.Charset("no-such-charset"); }), ado::adErrInvalidArgument);
   EXPECT_EQ(s.Charset(), "Unicode");
 }
 
@@ -252,7 +248,7 @@ TEST(Stream, LineFeedSeparator) {
   s->Position(0);
   EXPECT_EQ(s->ReadText(ado::adReadLine), "a\r");
   EXPECT_EQ(s->ReadText(ado::adReadLine), "b");
-  EXPECT_EQ(ErrorNumberOf([&] { s->LineSeparator(7); }), kInvalidArgument);
+  EXPECT_EQ(ErrorNumberOf([&] { s->LineSeparator(7); }), ado::adErrInvalidArgument);
 }
 
 TEST(Stream, ReadTextCountsCharactersNotBytes) {
@@ -284,9 +280,10 @@ TEST(Utf16leBytes, OddLastByteIsDropped) {
 TEST(Utf16leBytes, LoneSurrogatesSurviveTheRoundTrip) {
   const com::ByteArray lone{0x61, 0xD9, 0x41, 0x00, 0x00, 0xDC};  // high, 'A', low
   const std::string text = ado::StringFromUtf16leBytes(lone);
-  EXPECT_EQ(text, "\xED\xA5\xA1"
-                  "A"
-                  "\xED\xB0\x80");
+  EXPECT_EQ(text,
+            "\xED\xA5\xA1"
+            "A"
+            "\xED\xB0\x80");
   EXPECT_EQ(ado::Utf16leBytesFromString(text), lone);
 }
 
@@ -308,7 +305,8 @@ TEST(CharsetBytes, UnrepresentableCharacterBecomesQuestionMark) {
 }
 
 TEST(CharsetBytes, UnknownCharsetRaises) {
-  EXPECT_EQ(ErrorNumberOf([] { ado::CharsetBytesFromString("x", "no-such-charset"); }), kInvalidArgument);
+  EXPECT_EQ(ErrorNumberOf([] { ado::CharsetBytesFromString("x", "no-such-charset"); }),
+            ado::adErrInvalidArgument);
 }
 
 }  // namespace

@@ -17,26 +17,15 @@
 #include <string>
 #include <string_view>
 
+#include "velmora/ado/types.hpp"
 #include "velmora/com/object.hpp"
 #include "velmora/com/variant.hpp"
 
 namespace velmora::ado {
 
-// StreamTypeEnum
-inline constexpr int32_t adTypeBinary = 1;
-inline constexpr int32_t adTypeText = 2;
-// StreamReadEnum
-inline constexpr int32_t adReadAll = -1;
-inline constexpr int32_t adReadLine = -2;
-// StreamWriteEnum
+// StreamWriteEnum (the other Stream enumerations are in types.hpp).
 inline constexpr int32_t adWriteChar = 0;
 inline constexpr int32_t adWriteLine = 1;
-// LineSeparatorEnum
-inline constexpr int32_t adCRLF = -1;
-inline constexpr int32_t adLF = 10;
-inline constexpr int32_t adCR = 13;
-// StreamOpenOptionsEnum
-inline constexpr int32_t adOpenStreamUnspecified = -1;
 
 class Stream : public com::Object {
  public:

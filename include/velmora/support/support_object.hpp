@@ -6,13 +6,14 @@
 // Its operations are grouped by subject; each group is a base class declared
 // in its own header, so that SupportObject is the sum of them.
 #include "velmora/support/error_services.hpp"
+#include "velmora/support/field_services.hpp"
 #include "velmora/support/keyid_services.hpp"
 #include "velmora/support/profile_services.hpp"
 
 namespace velmora {
 
 class SupportObject : public support::ErrorServices, public support::KeyIdServices,
-                      public support::ProfileServices {
+                      public support::ProfileServices, public support::FieldServices {
  public:
   SupportObject() = default;
 };

@@ -1,0 +1,58 @@
+#pragma once
+// Field services of the support object: whether a Fields collection holds a
+// field, the ANSI code page (Windows-1252) both ways, and the thread's error
+// record, which ErrorSet fills with a connection's provider errors.
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "velmora/com/variant.hpp"
+#include "velmora/support/reraise.hpp"
+
+namespace velmora::ado {
+class Fields;
+}
+
+namespace velmora::support {
+
+// The code page that stands for the system ANSI code page.
+inline constexpr const char* kAnsiCodePage = "WINDOWS-1252";
+
+class FieldServices {
+ public:
+  // True when `fields` holds a field named `key` (without regard to case);
+  // false for no collection.
+  bool CollectionItemExists(const std::shared_ptr<ado::Fields>& fields, const std::string& key) const;
+
+  // The text's bytes in the ANSI code page: one byte a character; a
+  // character the code page lacks becomes "?".
+  com::ByteArray AnsiBytesFromString(std::string_view text) const;
+  // The other direction: each byte becomes one character. Every byte value
+  // comes back from AnsiBytesFromString unchanged.
+  std::string StringFromAnsiBytes(const uint8_t* data, std::size_t size) const;
+  std::string StringFromAnsiBytes(const com::ByteArray& bytes) const {
+    return StringFromAnsiBytes(bytes.data(), bytes.size());
+  }
+
+  // The heading line put above the provider errors of a connection.
+  std::string ErrorHeading() const;
+
+  // Sets this thread's error record, the error the caller will raise or
+  // report. Each Missing item is taken from the pending error: the
+  // exception being handled when there is one, else the record as it is.
+  // Never raises; an item that cannot be converted counts as Missing.
+  void SetError(const com::Variant& number, const com::Variant& source, const com::Variant& description,
+                const com::Variant& helpFile = com::Missing,
+                const com::Variant& helpContext = com::Missing) noexcept;
+  // The error record (number 0 and empty texts when none is set).
+  const PendingError& ErrorRecord() const noexcept { return record_; }
+  void ClearErrorRecord() noexcept { record_ = PendingError(); }
+  // Raises the error record as a com::Error.
+  [[noreturn]] void RaiseErrorRecord() const;
+
+ private:
+  PendingError record_;
+};
+
+}  // namespace velmora::support
