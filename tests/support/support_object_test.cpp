@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <thread>
 
+#include "support/per_thread.hpp"
 #include "support/raised_error.hpp"
 
 namespace velmora {
@@ -13,14 +13,7 @@ namespace {
 using com::Missing;
 using test::RaisedError;
 
-TEST(SupportObject, OnePerThreadCreatedOnFirstUse) {
-  SupportObject* mine = &Support();
-  EXPECT_EQ(mine, &Support());
-  SupportObject* other = nullptr;
-  std::thread([&] { other = &Support(); }).join();
-  EXPECT_NE(other, nullptr);
-  EXPECT_NE(other, mine);
-}
+TEST(SupportObject, OnePerThreadCreatedOnFirstUse) { test::ExpectOnePerThread(Support); }
 
 TEST(SupportObjectRaiseError, RaisesEveryGivenItem) {
   const auto e = RaisedError([] {

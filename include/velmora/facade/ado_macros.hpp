@@ -1,0 +1,61 @@
+#pragma once
+// AdoMacros: the library's global entry point. Velmora::Macros() gives this
+// thread's instance, whose members can be used like free functions.
+//
+// The class holds three pieces of state and otherwise forwards every member,
+// unchanged, to the routine that implements it; it adds no validation,
+// conversion or error handler of its own, so an error raised by the routine
+// reaches the caller with the routine's Source.
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "velmora/com/object.hpp"
+#include "velmora/com/variant.hpp"
+#include "velmora/facade/ado_flags_enum.hpp"
+
+namespace velmora::ado {
+class Connection;
+}
+
+namespace velmora {
+
+class AdoMacros : public com::Object {
+ public:
+  static constexpr std::string_view kClassId = "{D9C28A58-B819-4EDB-840D-C9222000DD43}";
+  static constexpr std::string_view kInterfaceId = "{DCDCC1BD-0B29-4F67-B93D-1DE60EE0E320}";
+
+  // Key names for the connection options. Never empty: reading it when no
+  // object is held creates one. Assigned by reference.
+  std::shared_ptr<AdoFlagsEnum> ConnectionOption();
+  void ConnectionOption(std::shared_ptr<AdoFlagsEnum> value);
+
+  // The AnsiBlob argument that FieldValueSet, FieldValueSet2 and
+  // FieldValueGet pass; starts False.
+  bool DefaultAnsiBlob() const noexcept { return defaultAnsiBlob_; }
+  void DefaultAnsiBlob(bool value) noexcept { defaultAnsiBlob_ = value; }
+
+  // This thread's default connection, shared by every AdoMacros on the
+  // thread (empty when never set). When set, GetUnk, TableLock and
+  // TableLockEx work on it instead of their connection argument.
+  std::shared_ptr<ado::Connection> DefaultConnection() const;
+  void DefaultConnection(std::shared_ptr<ado::Connection> value);
+
+  // Type names and type mapping.
+  std::string VbTypeToStr(int16_t vType) const;
+  int16_t FieldTypeConstToVb(int32_t iType) const;
+  std::string FieldTypeConstToStr(int32_t iType) const;
+  int32_t FieldTypeStringToConst(const std::string& SType) const;
+  com::Variant FieldDefaultValue(int16_t vType) const;
+
+ private:
+  std::shared_ptr<AdoFlagsEnum> connectionOption_;
+  bool defaultAnsiBlob_ = false;
+};
+
+// This thread's AdoMacros (created on first use, with the library's classes
+// registered).
+AdoMacros& Macros();
+
+}  // namespace velmora

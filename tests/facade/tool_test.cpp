@@ -1,0 +1,130 @@
+// The `velmora` tool, run as a separate process: exit codes and output.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+
+#include "support_common/test_env.hpp"
+#include "velmora/fields/type_names.hpp"
+#include "velmora/version.hpp"
+
+namespace velmora {
+namespace {
+
+struct ToolRun {
+  int exitCode = -1;
+  std::string out;
+  std::string err;
+};
+
+std::string ReadFile(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// Runs the tool with `arguments` (already quoted for the shell).
+ToolRun RunTool(const std::string& arguments) {
+  const auto errFile = test::TempFile(".err");
+  const std::string command =
+      std::string("'") + VELMORA_TOOL_PATH + "' " + arguments + " 2>'" + errFile.string() + "'";
+  ToolRun run;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) {
+    ADD_FAILURE() << "cannot start " << command;
+    return run;
+  }
+  char buffer[4096];
+  for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) run.out.append(buffer, n);
+  const int status = pclose(pipe);
+  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  run.err = ReadFile(errFile);
+  return run;
+}
+
+bool HasLine(const std::string& text, const std::string& linePattern) {
+  return std::regex_search(text, std::regex("(^|\n)" + linePattern + "(\n|$)"));
+}
+
+TEST(Tool, HelpListsEveryCommandWithUsageAndSummary) {
+  const auto run = RunTool("--help");
+  EXPECT_EQ(run.exitCode, 0);
+  EXPECT_TRUE(HasLine(run.out, "  types")) << run.out;
+  EXPECT_TRUE(HasLine(run.out, "      print the type tables.*")) << run.out;
+  EXPECT_TRUE(HasLine(run.out, "  demo")) << run.out;
+  EXPECT_EQ(run.err, "");
+}
+
+TEST(Tool, VersionComesFromTheBuild) {
+  const auto run = RunTool("--version");
+  EXPECT_EQ(run.exitCode, 0);
+  EXPECT_EQ(run.out, std::string("velmora ") + VELMORA_VERSION_STRING + "\n");
+}
+
+TEST(Tool, NoArgumentsIsAUsageError) {
+  const auto run = RunTool("");
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_EQ(run.out, "");
+  EXPECT_NE(run.err.find("usage: velmora"), std::string::npos);
+}
+
+TEST(Tool, UnknownCommandIsAUsageError) {
+  const auto run = RunTool("frobnicate");
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_NE(run.err.find("unknown command 'frobnicate'"), std::string::npos) << run.err;
+}
+
+TEST(Tool, CommandHelpGivesItsUsage) {
+  const auto run = RunTool("types --help");
+  EXPECT_EQ(run.exitCode, 0);
+  EXPECT_TRUE(HasLine(run.out, "usage: velmora types")) << run.out;
+}
+
+TEST(Tool, TypesRejectsArguments) {
+  const auto run = RunTool("types extra");
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_NE(run.err.find("takes no arguments"), std::string::npos) << run.err;
+}
+
+TEST(Tool, TypesPrintsTheVariantTypeNames) {
+  const auto run = RunTool("types");
+  ASSERT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_TRUE(HasLine(run.out, " +2  Integer"));
+  EXPECT_TRUE(HasLine(run.out, " +17  Byte"));
+  EXPECT_TRUE(HasLine(run.out, " +14  -"));
+}
+
+TEST(Tool, TypesPrintsTheAdoTypes) {
+  const auto run = RunTool("types");
+  ASSERT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_TRUE(HasLine(run.out, " +2  adSmallInt +2 Integer +smallint"));
+  EXPECT_TRUE(HasLine(run.out, " +131  adNumeric +5 Double +decimal"));
+  EXPECT_TRUE(HasLine(run.out, " +135  adDBTimeStamp +7 Date +datetime"));
+  EXPECT_TRUE(HasLine(run.out, " +204  adVarBinary +8 String +image"));
+  EXPECT_TRUE(HasLine(run.out, " +205  adLongVarBinary +8 String +unknown"));
+}
+
+TEST(Tool, TypesPrintsEveryKnownSqlServerName) {
+  const auto run = RunTool("types");
+  ASSERT_EQ(run.exitCode, 0) << run.err;
+  for (std::string_view name : FieldTypeNames()) {
+    const int32_t code = FieldTypeStringToConst(std::string(name));
+    EXPECT_TRUE(HasLine(run.out, "  " + std::string(name) + " +" + std::to_string(code) + " ad[A-Za-z]+")) << name;
+  }
+  EXPECT_TRUE(HasLine(run.out, "  timestamp +128 adBinary"));
+}
+
+TEST(Tool, DemoRunsTheMainJob) {
+  const auto run = RunTool("demo");
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_TRUE(HasLine(run.out, "== Type tables ==")) << run.out;
+  EXPECT_TRUE(HasLine(run.out, "  varchar +200 adVarChar")) << run.out;
+}
+
+}  // namespace
+}  // namespace velmora
