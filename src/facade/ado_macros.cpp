@@ -2,6 +2,7 @@
 
 #include "velmora/facade/class_registration.hpp"
 #include "velmora/fields/type_names.hpp"
+#include "velmora/flags/connection_options.hpp"
 #include "velmora/support/default_connection.hpp"
 
 namespace velmora {
@@ -31,6 +32,18 @@ int32_t AdoMacros::FieldTypeStringToConst(const std::string& SType) const {
 }
 
 com::Variant AdoMacros::FieldDefaultValue(int16_t vType) const { return velmora::FieldDefaultValue(vType); }
+
+void AdoMacros::ConnectionOptionsGet(const std::shared_ptr<AdoFlags>& Flags, std::string& retDBMS,
+                                     std::string& retUserName, std::string& retPassword, int32_t& retPrompt,
+                                     int32_t& retDbOptions) const {
+  velmora::ConnectionOptionsGet(Flags, retDBMS, retUserName, retPassword, retPrompt, retDbOptions);
+}
+
+void AdoMacros::ConnectionOptionsSet(std::shared_ptr<AdoFlags>& Flags, const std::string& DBMS,
+                                     const std::string& UserName, const std::string& Password, int32_t Prompt,
+                                     int32_t DbOptions) const {
+  velmora::ConnectionOptionsSet(Flags, DBMS, UserName, Password, Prompt, DbOptions);
+}
 
 AdoMacros& Macros() {
   thread_local const std::shared_ptr<AdoMacros> macros = [] {

@@ -21,6 +21,8 @@ class Connection;
 
 namespace velmora {
 
+class AdoFlags;
+
 class AdoMacros : public com::Object {
  public:
   static constexpr std::string_view kClassId = "{D9C28A58-B819-4EDB-840D-C9222000DD43}";
@@ -48,6 +50,13 @@ class AdoMacros : public com::Object {
   std::string FieldTypeConstToStr(int32_t iType) const;
   int32_t FieldTypeStringToConst(const std::string& SType) const;
   com::Variant FieldDefaultValue(int16_t vType) const;
+
+  // Connection settings in a flag collection (velmora/flags/connection_options.hpp).
+  void ConnectionOptionsGet(const std::shared_ptr<AdoFlags>& Flags, std::string& retDBMS, std::string& retUserName,
+                            std::string& retPassword, int32_t& retPrompt, int32_t& retDbOptions) const;
+  void ConnectionOptionsSet(std::shared_ptr<AdoFlags>& Flags, const std::string& DBMS = "",
+                            const std::string& UserName = "", const std::string& Password = "", int32_t Prompt = 0,
+                            int32_t DbOptions = 0) const;
 
  private:
   std::shared_ptr<AdoFlagsEnum> connectionOption_;
