@@ -134,19 +134,20 @@ struct Collection::Impl {
     return index;
   }
 
-  // The 0-based index named by a key (a string) or a 1-based position (a
-  // number); raises 5 when there is no such item.
-  int32_t Resolve(const Variant& index) const {
+  // The item named by a key (a string) or a 1-based position (a number);
+  // raises 5 when there is no such item.
+  Node& Find(const Variant& index) const {
     if (auto key = index.TryGet<std::string>()) {
       auto it = byKey.find(FoldKeyCase(*key));
       if (it == byKey.end()) Raise(errInvalidProcedureCall);
-      return IndexOf(it->second);
+      return *it->second;
     }
     if (!index.TryGet<Date>() && !IsNumeric(index)) Raise(errTypeMismatch);
     const int32_t position = CLng(index);
     if (position < 1 || position > Size(root)) Raise(errInvalidProcedureCall);
-    return position - 1;
+    return At(position - 1);
   }
+  int32_t Resolve(const Variant& index) const { return IndexOf(&Find(index)); }
 };
 
 Collection::Collection() : impl_(std::make_unique<Impl>()) {}
@@ -174,7 +175,7 @@ void Collection::Add(const Variant& item, const Variant& key, const Variant& bef
   impl_->InsertAt(index, node.release());
 }
 
-Variant Collection::Item(const Variant& index) const { return impl_->At(impl_->Resolve(index)).item; }
+Variant Collection::Item(const Variant& index) const { return impl_->Find(index).item; }
 
 void Collection::Remove(const Variant& index) {
   std::unique_ptr<Impl::Node> removed(impl_->EraseAt(impl_->Resolve(index)));
