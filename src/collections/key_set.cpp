@@ -53,6 +53,19 @@ struct AdoKeySet::Impl {
     }
   }
 
+  // One record forward or back; off either end no record is current and
+  // EOF or BOF is set.
+  void Step(bool forward) {
+    const NodeRef node = NodeOfBookmarkOrRaise(CurrentBookmark());
+    const NodeRef neighbour = forward ? tree.Next(node) : tree.Previous(node);
+    if (neighbour != kNoNode) {
+      SetCurrent(neighbour);
+    } else {
+      hasCurrent = false;
+      (forward ? eof : bof) = true;
+    }
+  }
+
   // The record a key id stands for: of several records sharing it, the one
   // at the lowest position.
   NodeRef LowestNode(int32_t id) const {
@@ -235,28 +248,14 @@ int32_t AdoKeySet::BookmarkToIndex(const std::string& keyId, bool errorFree) con
 
 bool AdoKeySet::MovePrevious() {
   return Guarded(kClass, "MovePrevious", [&] {
-    const NodeRef node = impl_->NodeOfBookmarkOrRaise(impl_->CurrentBookmark());
-    const NodeRef previous = impl_->tree.Previous(node);
-    if (previous != kNoNode) {
-      impl_->SetCurrent(previous);
-    } else {
-      impl_->hasCurrent = false;
-      impl_->bof = true;
-    }
+    impl_->Step(false);
     return false;
   });
 }
 
 bool AdoKeySet::MoveNext() {
   return Guarded(kClass, "MoveNext", [&] {
-    const NodeRef node = impl_->NodeOfBookmarkOrRaise(impl_->CurrentBookmark());
-    const NodeRef next = impl_->tree.Next(node);
-    if (next != kNoNode) {
-      impl_->SetCurrent(next);
-    } else {
-      impl_->hasCurrent = false;
-      impl_->eof = true;
-    }
+    impl_->Step(true);
     return false;
   });
 }
