@@ -4,6 +4,8 @@
 #include <mutex>
 
 #include "velmora/com/property_bag.hpp"
+#include "velmora/collections/ado_array.hpp"
+#include "velmora/sysrecords/record_header.hpp"
 
 namespace velmora {
 namespace {
@@ -19,7 +21,7 @@ std::shared_ptr<com::PersistableObject> Create() {
 //   &Create<AdoRecordHeader>,
 // Each class names itself through ProgID(), so the list holds no names.
 const std::vector<Creator>& PersistableClasses() {
-  static const std::vector<Creator> classes{};
+  static const std::vector<Creator> classes{&Create<AdoRecordHeader>, &Create<AdoArray>};
   return classes;
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "collections/error_of.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/support/support_object.hpp"
 
@@ -14,16 +15,7 @@ namespace {
 
 std::string Bm(int32_t id) { return Support().EncodeKeyId(id); }
 
-// Runs `body` and returns the error it raised (number 0 when none).
-template <class Body>
-com::Error ErrorOf(Body body) {
-  try {
-    body();
-  } catch (const com::Error& e) {
-    return e;
-  }
-  return com::Error(0, "none");
-}
+using testing::ErrorOf;
 
 std::shared_ptr<AdoKeySet> SetOf(const std::vector<std::string>& keys) {
   auto set = std::make_shared<AdoKeySet>();
