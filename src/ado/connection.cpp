@@ -112,13 +112,13 @@ int32_t Connection::BeginTrans() {
 
 void Connection::CommitTrans() {
   auto session = Session();
-  if (!session->InTransaction()) detail::RaiseAdo(adErrIllegalOperation, detail::kConnectionSource, "no transaction");
+  if (!session->InCallerTransaction()) detail::RaiseAdo(adErrIllegalOperation, detail::kConnectionSource, "no transaction");
   session->EndTransaction(true);
 }
 
 void Connection::RollbackTrans() {
   auto session = Session();
-  if (!session->InTransaction()) detail::RaiseAdo(adErrIllegalOperation, detail::kConnectionSource, "no transaction");
+  if (!session->InCallerTransaction()) detail::RaiseAdo(adErrIllegalOperation, detail::kConnectionSource, "no transaction");
   session->EndTransaction(false);
 }
 

@@ -11,6 +11,17 @@ size_t MemoryRowSource::Fetch(std::vector<Row>& rows, size_t first, size_t count
   return n;
 }
 
+std::vector<Row> ReadAll(RowSource& source) {
+  std::vector<Row> rows;
+  for (;;) {
+    const size_t first = rows.size();
+    rows.resize(first + 64);
+    const size_t n = source.Fetch(rows, first, 64);
+    rows.resize(first + n);
+    if (n == 0) return rows;
+  }
+}
+
 Cursor::Cursor(std::unique_ptr<RowSource> source, bool scrollable)
     : source_(std::move(source)), scrollable_(scrollable), block_(source_->PreferredBlock()) {
   MoveFirst();
@@ -67,7 +78,8 @@ void Cursor::MoveFirst() {
 }
 
 void Cursor::MoveNext() {
-  const int64_t next = state_ == State::BeforeFirst ? 0 : position_ + 1;
+  int64_t next = state_ == State::BeforeFirst ? 0 : position_ + 1;
+  if (state_ == State::Erased) next = position_;
   if (EnsureRow(next)) {
     state_ = State::OnRow;
     position_ = next;
@@ -83,6 +95,7 @@ void Cursor::MovePrevious() {
     }
     position_ = base_ + static_cast<int64_t>(filled_);
   }
+  if (state_ == State::Erased) state_ = State::OnRow;  // the row before the erased one
   if (state_ == State::BeforeFirst || position_ <= 0) {
     state_ = State::BeforeFirst;
     position_ = -1;
@@ -109,6 +122,33 @@ bool Cursor::MoveTo(int64_t index) {
   state_ = State::OnRow;
   position_ = index;
   return true;
+}
+
+void Cursor::AppendRow(Row row) {
+  const size_t at = filled_;
+  if (rows_.size() > at) rows_[at] = std::move(row);
+  else rows_.push_back(std::move(row));
+  ++filled_;
+  empty_ = false;
+  state_ = State::OnRow;
+  position_ = base_ + static_cast<int64_t>(at);
+}
+
+void Cursor::EraseCurrent() {
+  rows_.erase(rows_.begin() + (position_ - base_));
+  --filled_;
+  state_ = State::Erased;
+  if (filled_ == 0 && base_ == 0 && exhausted_) empty_ = true;
+}
+
+void Cursor::Return(Mark mark) {
+  state_ = static_cast<State>(mark.state);
+  position_ = mark.position;
+  if (state_ == State::AfterLast) position_ = base_ + static_cast<int64_t>(filled_);
+  if (state_ == State::OnRow && position_ >= base_ + static_cast<int64_t>(filled_)) {
+    state_ = State::AfterLast;
+    position_ = base_ + static_cast<int64_t>(filled_);
+  }
 }
 
 int64_t Cursor::CountAll() {

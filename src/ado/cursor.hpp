@@ -42,6 +42,9 @@ class RowSource {
   virtual size_t PreferredBlock() const { return 256; }
 };
 
+// Every remaining row of a source.
+std::vector<Row> ReadAll(RowSource& source);
+
 // Rows built by the library itself (schema rowsets, fabricated recordsets).
 class MemoryRowSource : public RowSource {
  public:
@@ -64,6 +67,8 @@ class Cursor {
   const std::vector<ColumnInfo>& Columns() const { return source_->Columns(); }
   bool Scrollable() const noexcept { return scrollable_; }
   bool IsBOF() const noexcept { return state_ == State::BeforeFirst || (state_ == State::AfterLast && empty_); }
+  // True right after the current row was erased, until the cursor moves.
+  bool OnErasedRow() const noexcept { return state_ == State::Erased; }
   bool IsEOF() const noexcept { return state_ == State::AfterLast; }
   bool HasCurrent() const noexcept { return state_ == State::OnRow; }
   // Absolute 0-based index of the current row (valid when HasCurrent()).
@@ -77,13 +82,25 @@ class Cursor {
   void MoveLast();
   // Makes row `index` current; false (position unchanged) when there is no such row.
   bool MoveTo(int64_t index);
+  // Adds a row after the rows read so far and makes it current.
+  void AppendRow(Row row);
+  // Removes the current row; no row is current until the cursor moves
+  // (MoveNext then goes to the row that followed it).
+  void EraseCurrent();
+  // Where the cursor stands, to come back after an added row is dropped.
+  struct Mark {
+    int state;
+    int64_t position;
+  };
+  Mark Where() const noexcept { return {static_cast<int>(state_), position_}; }
+  void Return(Mark mark);
   // Every row of the result (reads the rest on a scrollable cursor).
   int64_t CountAll();
   // Rows kept in memory (for tests of the streaming promise).
   size_t RowsHeld() const noexcept { return rows_.size(); }
 
  private:
-  enum class State { BeforeFirst, OnRow, AfterLast };
+  enum class State { BeforeFirst, OnRow, AfterLast, Erased };
   // Reads the next block; false at the end of the result.
   bool FetchMore();
   // True when row `index` is (or could be made) available.

@@ -4,6 +4,7 @@
 
 #include "ado/cursor.hpp"
 #include "ado/dialect/tokenizer.hpp"
+#include "ado/editor.hpp"
 #include "ado/error_map.hpp"
 #include "ado/odbc/session.hpp"
 #include "velmora/com/error.hpp"
@@ -63,14 +64,55 @@ std::string TableQuery(const std::string& name, Engine engine) {
 
 // ---- Field -------------------------------------------------------------------
 
-Field::Field(const detail::Cursor* cursor, int32_t ordinal) : cursor_(cursor), ordinal_(ordinal) {}
+Field::Field(const detail::Cursor* cursor, detail::RecordEditor* editor, int32_t ordinal)
+    : cursor_(cursor), editor_(editor), ordinal_(ordinal) {}
+
+Field::Field(const detail::ColumnInfo& definition)
+    : definition_(std::make_unique<detail::ColumnInfo>(definition)) {}
+
+Field::~Field() = default;
+
+void Field::Attach(const detail::Cursor* cursor, detail::RecordEditor* editor, int32_t ordinal) noexcept {
+  cursor_ = cursor;
+  editor_ = editor;
+  ordinal_ = ordinal;
+}
+
+void Field::Detach() noexcept {
+  cursor_ = nullptr;
+  editor_ = nullptr;
+  definition_.reset();
+}
 
 const detail::Cursor& Field::Bound() const {
   if (!cursor_) detail::RaiseAdo(adErrObjectNotSet, detail::kFieldSource, "the recordset was closed");
   return *cursor_;
 }
 
-const detail::ColumnInfo& Field::Info() const { return Bound().Columns()[static_cast<size_t>(ordinal_)]; }
+detail::RecordEditor& Field::Editor() const {
+  if (!editor_) detail::RaiseAdo(adErrObjectNotSet, detail::kFieldSource, "the recordset is not open");
+  return *editor_;
+}
+
+const detail::ColumnInfo& Field::Info() const {
+  if (editor_) return editor_->Columns()[static_cast<size_t>(ordinal_)];
+  if (definition_) return *definition_;
+  return Bound().Columns()[static_cast<size_t>(ordinal_)];
+}
+
+void Field::Value(const com::Variant& value) { Editor().SetValue(ordinal_, value); }
+com::Variant Field::OriginalValue() const { return Editor().OriginalValue(ordinal_); }
+void Field::AppendChunk(const com::Variant& data) { Editor().AppendChunk(ordinal_, data); }
+
+void Field::Precision(uint8_t value) {
+  if (!definition_ || cursor_) detail::RaiseAdo(adErrIllegalOperation, detail::kFieldSource, "Precision");
+  definition_->precision = value;
+}
+
+void Field::NumericScale(uint8_t value) {
+  if (!definition_ || cursor_) detail::RaiseAdo(adErrIllegalOperation, detail::kFieldSource, "NumericScale");
+  definition_->scale = value;
+}
 
 std::string Field::Name() const { return Info().name; }
 int32_t Field::Type() const { return Info().type; }
@@ -148,24 +190,67 @@ int32_t Fields::IndexOf(const std::string& name) const {
   return -1;
 }
 
-void Fields::Bind(const detail::Cursor* cursor, int32_t count) {
-  Unbind();
-  for (int32_t i = 0; i < count; ++i) {
-    items_.push_back(std::make_shared<Field>(cursor, i));
-    foldedNames_.push_back(FoldAscii(cursor->Columns()[static_cast<size_t>(i)].name));
+void Fields::Append(const std::string& name, int32_t type, int32_t definedSize, int32_t attrib,
+                    const com::Variant& fieldValue) {
+  (void)fieldValue;
+  if (open_) detail::RaiseAdo(adErrIllegalOperation, "velmora.ado.Fields", "Append on an open recordset");
+  if (name.empty()) detail::RaiseAdo(adErrInvalidArgument, "velmora.ado.Fields", "Append without a name");
+  if (IndexOf(name) >= 0) detail::RaiseAdo(adErrObjectInCollection, "velmora.ado.Fields", "field '" + name + "'");
+  detail::ColumnInfo c;
+  c.name = name;
+  c.type = type;
+  c.definedSize = definedSize;
+  c.attributes = attrib == adFldUnspecified ? 0 : attrib;
+  if (type == adLongVarBinary || type == adLongVarWChar || type == adLongVarChar) c.attributes |= adFldLong;
+  c.precision = 0;
+  c.scale = 0;
+  items_.push_back(std::make_shared<Field>(c));
+  foldedNames_.push_back(FoldAscii(name));
+}
+
+std::vector<detail::ColumnInfo> Fields::Definitions() const {
+  std::vector<detail::ColumnInfo> out;
+  for (const auto& f : items_) {
+    detail::ColumnInfo c;
+    c.name = f->Name();
+    c.type = f->Type();
+    c.definedSize = f->DefinedSize();
+    c.attributes = f->Attributes();
+    c.precision = f->Precision();
+    c.scale = f->NumericScale();
+    out.push_back(std::move(c));
   }
+  return out;
+}
+
+void Fields::Bind(const detail::Cursor* cursor, detail::RecordEditor* editor, int32_t count, bool keepAppended) {
+  if (keepAppended) {
+    // Appended fields become the open recordset's columns, keeping their objects.
+    for (size_t i = 0; i < items_.size(); ++i) items_[i]->Attach(cursor, editor, static_cast<int32_t>(i));
+  } else {
+    Unbind();
+    for (int32_t i = 0; i < count; ++i) {
+      items_.push_back(std::make_shared<Field>(cursor, editor, i));
+      foldedNames_.push_back(FoldAscii(cursor->Columns()[static_cast<size_t>(i)].name));
+    }
+  }
+  open_ = true;
 }
 
 void Fields::Unbind() noexcept {
   for (auto& f : items_) f->Detach();
   items_.clear();
   foldedNames_.clear();
+  open_ = false;
 }
 
 // ---- Recordset ---------------------------------------------------------------
 
 Recordset::Recordset() : fields_(std::make_shared<ado::Fields>()) {}
-Recordset::~Recordset() { fields_->Unbind(); }
+Recordset::~Recordset() {
+  fields_->Unbind();
+  editor_.reset();
+}
 
 int32_t Recordset::State() const noexcept { return cursor_ ? adStateOpen : adStateClosed; }
 
@@ -198,12 +283,33 @@ void Recordset::OpenOn(std::unique_ptr<detail::Cursor> cursor, ConnectionPtr con
   source_ = std::move(source);
   cursorType_ = cursorType;
   lockType_ = lockType;
-  fields_->Bind(cursor_.get(), static_cast<int32_t>(cursor_->Columns().size()));
+  try {
+    editor_ = std::make_unique<detail::RecordEditor>(*cursor_, connection_ ? connection_->Session() : nullptr,
+                                                     lockType, connection_ ? connection_->CommandTimeout() : 0);
+  } catch (...) {
+    cursor_.reset();
+    throw;
+  }
+  fields_->Bind(cursor_.get(), editor_.get(), static_cast<int32_t>(cursor_->Columns().size()), !connection_);
+}
+
+void Recordset::OpenFabricated(int32_t lockType) {
+  auto columns = fields_->Definitions();
+  auto source = std::make_unique<detail::MemoryRowSource>(std::move(columns), std::vector<detail::Row>());
+  connection_.reset();
+  OpenOn(std::make_unique<detail::Cursor>(std::move(source), true), nullptr, "", adOpenStatic,
+         lockType == adLockUnspecified || lockType == adLockReadOnly ? adLockBatchOptimistic : lockType);
 }
 
 void Recordset::Open(const com::Variant& source, const com::Variant& activeConnection, int32_t cursorType,
                      int32_t lockType, int32_t options) {
   if (cursor_) detail::RaiseAdo(adErrObjectOpen, detail::kRecordsetSource, "Recordset.Open");
+  const bool noSource = source.IsMissing() || source.IsEmpty() || (source.IsString() && source.Get<std::string>().empty());
+  const bool noConnection = (activeConnection.IsMissing() || activeConnection.IsEmpty()) && !connection_;
+  if (noSource && noConnection && fields_->Count() > 0) {
+    OpenFabricated(lockType == adLockUnspecified ? lockType_ : lockType);
+    return;
+  }
   ConnectionPtr cn = connection_;
   if (activeConnection.IsString()) {
     cn = std::make_shared<Connection>();
@@ -245,7 +351,12 @@ void Recordset::Open(const com::Variant& source, const com::Variant& activeConne
 void Recordset::Close() {
   RequireOpen("Recordset.Close");
   fields_->Unbind();
+  editor_.reset();  // an edit in progress is dropped and its lock released
   cursor_.reset();
+}
+
+void Recordset::LeaveRow() {
+  if (editor_) editor_->BeforeMove();
 }
 
 bool Recordset::IsEOF() const {
@@ -260,12 +371,14 @@ bool Recordset::IsBOF() const {
 
 void Recordset::MoveFirst() {
   RequireOpen("MoveFirst");
+  LeaveRow();
   cursor_->MoveFirst();
 }
 
 void Recordset::MoveNext() {
   RequireOpen("MoveNext");
   if (cursor_->IsEOF()) detail::RaiseAdo(adErrNoCurrentRecord, detail::kRecordsetSource, "MoveNext at EOF");
+  LeaveRow();
   cursor_->MoveNext();
 }
 
@@ -275,17 +388,20 @@ void Recordset::MovePrevious() {
   if (cursor_->IsBOF() && !cursor_->IsEOF()) {
     detail::RaiseAdo(adErrNoCurrentRecord, detail::kRecordsetSource, "MovePrevious at BOF");
   }
+  LeaveRow();
   cursor_->MovePrevious();
 }
 
 void Recordset::MoveLast() {
   RequireOpen("MoveLast");
+  LeaveRow();
   cursor_->MoveLast();
 }
 
 void Recordset::Move(int32_t numRecords) {
   RequireOpen("Move");
   if (numRecords == 0) return;
+  LeaveRow();
   if (numRecords < 0 && !cursor_->Scrollable()) {
     detail::RaiseAdo(DB_E_CANTFETCHBACKWARDS, detail::kRecordsetSource, "Move backwards");
   }
@@ -325,6 +441,7 @@ void Recordset::Bookmark(const com::Variant& bookmark) {
   const int64_t ordinal = ado::IndexOf(bookmark);
   const double* d = bookmark.TryGet<double>();
   const bool whole = !d || std::floor(*d) == *d;
+  LeaveRow();
   if (ordinal < 1 || !whole || !cursor_->MoveTo(ordinal - 1)) {
     detail::RaiseAdo(adErrInvalidArgument, detail::kRecordsetSource, "not a valid bookmark");
   }
@@ -359,8 +476,59 @@ void Recordset::LockType(int32_t value) {
 }
 
 int32_t Recordset::EditMode() const {
-  RequireCurrent("EditMode");
-  return adEditNone;
+  RequireOpen("EditMode");
+  const int32_t mode = editor_->EditMode();
+  if (mode == adEditNone) RequireCurrent("EditMode");
+  return mode;
+}
+
+void Recordset::SetFieldValues(const com::Variant& fields, const com::Variant& values) {
+  if (fields.IsMissing()) return;
+  const auto* names = fields.TryGet<com::VariantArray>();
+  const auto* items = values.TryGet<com::VariantArray>();
+  if (!names) {
+    fields_->Item(fields)->Value(values);
+    return;
+  }
+  if (!items || items->items.size() != names->items.size()) {
+    detail::RaiseAdo(adErrInvalidArgument, detail::kRecordsetSource, "field list and values differ in length");
+  }
+  for (size_t i = 0; i < names->items.size(); ++i) fields_->Item(names->items[i])->Value(items->items[i]);
+}
+
+void Recordset::AddNew(const com::Variant& fieldList, const com::Variant& values) {
+  RequireOpen("AddNew");
+  editor_->AddNew();
+  if (fieldList.IsMissing()) return;
+  SetFieldValues(fieldList, values);
+  editor_->Update();
+}
+
+void Recordset::Update(const com::Variant& fields, const com::Variant& values) {
+  RequireOpen("Update");
+  SetFieldValues(fields, values);
+  editor_->Update();
+}
+
+void Recordset::CancelUpdate() {
+  RequireOpen("CancelUpdate");
+  editor_->CancelUpdate();
+}
+
+void Recordset::Delete(int32_t affectRecords) {
+  RequireOpen("Delete");
+  if (affectRecords != adAffectCurrent) {
+    detail::RaiseAdo(adErrFeatureNotAvailable, detail::kRecordsetSource, "Delete affects the current record only");
+  }
+  editor_->Delete();
+}
+
+void Recordset::UpdateBatch(int32_t affectRecords) {
+  RequireOpen("UpdateBatch");
+  if (affectRecords != adAffectAll) {
+    detail::RaiseAdo(adErrFeatureNotAvailable, detail::kRecordsetSource, "UpdateBatch writes all changes");
+  }
+  editor_->UpdateBatch();
 }
 
 void Recordset::CacheSize(int32_t rows) {

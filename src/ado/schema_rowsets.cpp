@@ -75,17 +75,6 @@ Restriction Pattern(const Restriction& r, const std::string& escape) {
   return out;
 }
 
-std::vector<Row> ReadAll(RowSource& source) {
-  std::vector<Row> rows;
-  for (;;) {
-    const size_t first = rows.size();
-    rows.resize(first + 64);
-    const size_t n = source.Fetch(rows, first, 64);
-    rows.resize(first + n);
-    if (n == 0) return rows;
-  }
-}
-
 const com::Variant& At(const Row& row, size_t position) {
   static const com::Variant null = com::Null;
   return position - 1 < row.size() ? row[position - 1] : null;

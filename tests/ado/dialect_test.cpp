@@ -80,7 +80,7 @@ TEST(ConnectionStrings, EngineSettingsAreAddedUnlessGiven) {
   const auto pairs = ParseConnectionString(pg.odbcString);
   EXPECT_EQ(FindValue(pairs, "Fetch"), "10");
   EXPECT_EQ(FindValue(pairs, "UseDeclareFetch"), "1");
-  EXPECT_EQ(FindValue(pairs, "Protocol"), "7.4-1");
+  EXPECT_EQ(FindValue(pairs, "Protocol"), "7.4-0");
   EXPECT_EQ(FindValue(pairs, "CommLog"), "0");
   const auto lite = ResolveConnectionString("Provider=MSDASQL;Extended Properties='DRIVER=SQLite3;Database=f'");
   EXPECT_EQ(lite.engine, Engine::SQLite);

@@ -19,17 +19,36 @@ namespace velmora::ado {
 
 namespace detail {
 class Cursor;
+class RecordEditor;
 struct ColumnInfo;
 }  // namespace detail
+
+// AffectEnum.
+inline constexpr int32_t adAffectCurrent = 1;
+inline constexpr int32_t adAffectGroup = 2;
+inline constexpr int32_t adAffectAll = 3;
 
 class Field : public com::Object {
  public:
   // Use Fields to obtain Field objects; a Field is bound to one column.
-  Field(const detail::Cursor* cursor, int32_t ordinal);
+  Field(const detail::Cursor* cursor, detail::RecordEditor* editor, int32_t ordinal);
+  // A field appended to the Fields of a closed recordset (a fabricated one).
+  explicit Field(const detail::ColumnInfo& definition);
+  ~Field() override;
 
   std::string Name() const;
   // The value of the current row; raises adErrNoCurrentRecord at BOF/EOF.
   com::Variant Value() const;
+  // Sets the value of the current row (converted to the field's type); the
+  // first change begins the edit (and, with pessimistic locking, locks the
+  // row). Raises 3251 on a read-only recordset, saying why it is read-only.
+  void Value(const com::Variant& value);
+  // The value read from the database (before the edit in progress).
+  com::Variant OriginalValue() const;
+  // Long fields: the first call of an edit replaces the value, the next ones
+  // add to it. A string goes to a binary field as its UTF-16LE bytes and
+  // bytes to a text field two a character; Empty adds nothing; Null stores Null.
+  void AppendChunk(const com::Variant& data);
   // The value by reference, valid until the cursor moves.
   const com::Variant& ValueRef() const;
   int32_t Type() const;
@@ -40,19 +59,27 @@ class Field : public com::Object {
   int32_t ActualSize() const;
   uint8_t Precision() const;
   uint8_t NumericScale() const;
+  // Writable for appended fields before the recordset opens.
+  void Precision(uint8_t value);
+  void NumericScale(uint8_t value);
   // The next `length` bytes (binary) or characters (text) of a long value,
   // continuing where the previous call on the same row stopped; Null at the end.
   com::Variant GetChunk(int32_t length);
 
-  // Detaches the field from a closed recordset (later access raises).
-  void Detach() noexcept { cursor_ = nullptr; }
+  // Binds the field to an open recordset's column, or detaches it (later
+  // access raises).
+  void Attach(const detail::Cursor* cursor, detail::RecordEditor* editor, int32_t ordinal) noexcept;
+  void Detach() noexcept;
 
  private:
   const detail::ColumnInfo& Info() const;
   const detail::Cursor& Bound() const;
+  detail::RecordEditor& Editor() const;
 
-  const detail::Cursor* cursor_;
-  int32_t ordinal_;
+  const detail::Cursor* cursor_ = nullptr;
+  detail::RecordEditor* editor_ = nullptr;
+  std::unique_ptr<detail::ColumnInfo> definition_;  // appended fields
+  int32_t ordinal_ = 0;
   int64_t chunkRow_ = -1;
   size_t chunkOffset_ = 0;
 };
@@ -72,13 +99,24 @@ class Fields : public com::Object {
   std::vector<FieldPtr>::const_iterator begin() const { return items_.begin(); }
   std::vector<FieldPtr>::const_iterator end() const { return items_.end(); }
 
+  // Adds a field definition for a fabricated recordset (only while the
+  // recordset is closed). DefinedSize 0 takes the type's own size; long
+  // types get adFldLong. A name already present raises 3367.
+  void Append(const std::string& name, int32_t type, int32_t definedSize = 0,
+              int32_t attrib = adFldUnspecified, const com::Variant& fieldValue = com::Missing);
+  // The definitions appended so far.
+  std::vector<detail::ColumnInfo> Definitions() const;
+
   // Used by Recordset when it opens and closes.
-  void Bind(const detail::Cursor* cursor, int32_t count);
+  // keepAppended: the columns are the appended fields (a fabricated recordset).
+  void Bind(const detail::Cursor* cursor, detail::RecordEditor* editor, int32_t count, bool keepAppended);
   void Unbind() noexcept;
+  void SetOpen(bool open) noexcept { open_ = open; }
 
  private:
   std::vector<FieldPtr> items_;
   std::vector<std::string> foldedNames_;
+  bool open_ = false;
 };
 using FieldsPtr = std::shared_ptr<Fields>;
 
@@ -89,7 +127,9 @@ class Recordset : public com::Object {
 
   // Opens a cursor on Source: SQL text (adCmdText), a table name (adCmdTable,
   // adCmdTableDirect) or either (adCmdUnknown: a lone name is a table).
-  // ActiveConnection is a Connection object or a connection string.
+  // ActiveConnection is a Connection object or a connection string. With no
+  // source and no connection, fields appended to Fields make an empty
+  // recordset held in memory (fabricated), editable whatever the lock type.
   void Open(const com::Variant& source = com::Missing, const com::Variant& activeConnection = com::Missing,
             int32_t cursorType = adOpenUnspecified, int32_t lockType = adLockUnspecified,
             int32_t options = adCmdUnspecified);
@@ -121,7 +161,20 @@ class Recordset : public com::Object {
   void CursorType(int32_t value);
   int32_t LockType() const noexcept { return lockType_; }
   void LockType(int32_t value);
+  // adEditNone, adEditInProgress, adEditAdd.
   int32_t EditMode() const;
+
+  // Editing (docs/data-access.md, "Editing"). FieldList and Values, when
+  // given, are a name (or position) and a value, or arrays of both.
+  void AddNew(const com::Variant& fieldList = com::Missing, const com::Variant& values = com::Missing);
+  void Update(const com::Variant& fields = com::Missing, const com::Variant& values = com::Missing);
+  void CancelUpdate();
+  void Delete(int32_t affectRecords = adAffectCurrent);
+  // Batch optimistic recordsets: writes every change kept by Update, in one
+  // transaction (a conflict undoes them all and they stay pending).
+  void UpdateBatch(int32_t affectRecords = adAffectAll);
+  // Cancels an asynchronous operation: there is none, so it does nothing.
+  void Cancel() {}
   int32_t CursorLocation() const noexcept { return adUseServer; }
   std::string Source() const { return source_; }
   // Rows read from the driver per round trip (the cursor's block size).
@@ -139,8 +192,13 @@ class Recordset : public com::Object {
   void RequireOpen(const char* what) const;
   void RequireCurrent(const char* what) const;
   void RequireScrollable(const char* what) const;
+  void OpenFabricated(int32_t lockType);
+  // Saves an edit in progress before the cursor moves.
+  void LeaveRow();
+  void SetFieldValues(const com::Variant& fields, const com::Variant& values);
 
   std::unique_ptr<detail::Cursor> cursor_;
+  std::unique_ptr<detail::RecordEditor> editor_;
   FieldsPtr fields_;
   ConnectionPtr connection_;
   std::string source_;

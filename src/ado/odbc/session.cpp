@@ -2,7 +2,9 @@
 
 #include "ado/error_map.hpp"
 #include "ado/odbc/api.hpp"
+#include "ado/odbc/params.hpp"
 #include "ado/odbc/result.hpp"
+#include "ado/table_key.hpp"
 #include "ado/values.hpp"
 
 namespace velmora::ado::detail {
@@ -13,9 +15,11 @@ struct Session::Impl {
   Engine engine = Engine::Other;
   bool wide = false;
   bool blockReads = false;
-  bool inTransaction = false;
+  enum class Tx { None, Caller, Edit };
+  Tx transaction = Tx::None;
   ErrorsPtr errors;
   std::string dbmsName;
+  TableKeyCache keys;
 
   [[noreturn]] void FailDbc(const std::string& what) const {
     odbc::Fail(SQL_HANDLE_DBC, dbc.Get(), wide, errors.get(), what);
@@ -104,7 +108,7 @@ SQLRETURN CallCatalog(SQLHSTMT s, CatalogCall call, CatalogArgs& a) {
 Session::Session() : impl_(std::make_unique<Impl>()) {}
 Session::~Session() {
   if (impl_->dbc) {
-    if (impl_->inTransaction) SQLEndTran(SQL_HANDLE_DBC, impl_->dbc.Get(), SQL_ROLLBACK);
+    if (impl_->transaction != Impl::Tx::None) SQLEndTran(SQL_HANDLE_DBC, impl_->dbc.Get(), SQL_ROLLBACK);
     SQLDisconnect(impl_->dbc.Get());
   }
 }
@@ -144,16 +148,25 @@ std::shared_ptr<Session> Session::Connect(const OdbcTarget& target, int32_t logi
 Engine Session::EngineKind() const noexcept { return impl_->engine; }
 Errors* Session::ErrorSink() const noexcept { return impl_->errors.get(); }
 std::string Session::DbmsName() const { return impl_->dbmsName; }
-bool Session::InTransaction() const noexcept { return impl_->inTransaction; }
+bool Session::InTransaction() const noexcept { return impl_->transaction != Impl::Tx::None; }
+bool Session::InCallerTransaction() const noexcept { return impl_->transaction == Impl::Tx::Caller; }
+Session::TableKeyCache& Session::KeyCache() { return impl_->keys; }
 
 Session::Outcome Session::Execute(const std::string& sql, int32_t timeoutSeconds, const std::string& what) {
+  return Execute(sql, {}, timeoutSeconds, what);
+}
+
+Session::Outcome Session::Execute(const std::string& sql, const std::vector<Param>& params, int32_t timeoutSeconds,
+                                  const std::string& what) {
   odbc::StmtHandle stmt = impl_->NewStatement();
   SQLSetStmtAttr(stmt.Get(), SQL_ATTR_QUERY_TIMEOUT,
                  reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(std::max(timeoutSeconds, 0))), 0);
   const bool wide = impl_->wide;
   Errors* errors = impl_->errors.get();
-  auto run = [sql, wide, errors, what](odbc::StmtHandle& h) {
-    const SQLRETURN rc = ExecText(h.Get(), sql, wide);
+  auto bound = std::make_shared<odbc::BoundParams>(params, impl_->engine, wide);
+  auto run = [sql, wide, errors, what, bound](odbc::StmtHandle& h) {
+    SQLRETURN rc = bound->BindTo(h.Get());
+    if (SQL_SUCCEEDED(rc)) rc = ExecText(h.Get(), sql, wide);
     if (!SQL_SUCCEEDED(rc) && rc != SQL_NO_DATA) odbc::Fail(SQL_HANDLE_STMT, h.Get(), wide, errors, what);
   };
   run(stmt);
@@ -205,17 +218,45 @@ void Session::BeginTransaction() {
                                        reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_OFF), 0))) {
     impl_->FailDbc("Connection.BeginTrans failed");
   }
-  impl_->inTransaction = true;
+  impl_->transaction = Impl::Tx::Caller;
 }
 
 void Session::EndTransaction(bool commit) {
   const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, impl_->dbc.Get(), commit ? SQL_COMMIT : SQL_ROLLBACK);
   if (!SQL_SUCCEEDED(rc)) impl_->FailDbc(commit ? "Connection.CommitTrans failed" : "Connection.RollbackTrans failed");
-  impl_->inTransaction = false;
+  impl_->transaction = Impl::Tx::None;
   if (!SQL_SUCCEEDED(SQLSetConnectAttr(impl_->dbc.Get(), SQL_ATTR_AUTOCOMMIT,
                                        reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0))) {
     impl_->FailDbc("Restoring automatic commit failed");
   }
+}
+
+// The embedded engine takes its write lock for the whole transaction at
+// once (BEGIN IMMEDIATE), waiting no longer than the connection's short busy
+// timeout for another session's; server engines open a manual-commit
+// transaction and lock rows one by one.
+void Session::BeginEditTransaction() {
+  if (impl_->engine == Engine::SQLite) {
+    Execute("BEGIN IMMEDIATE", 0, "Taking the database's write lock failed");
+  } else {
+    BeginTransaction();
+  }
+  impl_->transaction = Impl::Tx::Edit;
+}
+
+void Session::EndEditTransaction(bool commit) {
+  if (impl_->engine != Engine::SQLite) {
+    EndTransaction(commit);
+    return;
+  }
+  try {
+    Execute(commit ? "COMMIT" : "ROLLBACK", 0, commit ? "Committing the edit failed" : "Rolling back the edit failed");
+  } catch (...) {
+    if (commit) Execute("ROLLBACK", 0, "Rolling back the edit failed");
+    impl_->transaction = Impl::Tx::None;
+    throw;
+  }
+  impl_->transaction = Impl::Tx::None;
 }
 
 }  // namespace velmora::ado::detail

@@ -11,8 +11,13 @@
 #include "ado/cursor.hpp"
 #include "velmora/ado/connection.hpp"
 #include "velmora/ado/errors.hpp"
+#include "velmora/com/variant.hpp"
 
 namespace velmora::ado::detail {
+
+// How long an insert waits on the server for another session's lock (an
+// uncommitted row of the same key) before it raises.
+inline constexpr int32_t kShortLockWaitMs = 100;
 
 enum class CatalogCall { Tables, Columns, Statistics, PrimaryKeys };
 
@@ -43,9 +48,32 @@ class Session : public std::enable_shared_from_this<Session> {
   // SQL_NULL_COLLATION as the OLE DB NULL_COLLATION value.
   int32_t NullCollation() const;
 
+  // A value sent with a statement, with the DataTypeEnum of the column it
+  // goes to (which decides the SQL type declared for it).
+  struct Param {
+    com::Variant value;
+    int32_t adoType = 0;
+  };
+  // Runs `sql` with its `?` markers bound to `params` (in order).
+  Outcome Execute(const std::string& sql, const std::vector<Param>& params, int32_t timeoutSeconds,
+                  const std::string& what);
+
+  // The caller's transaction (Connection.BeginTrans).
   void BeginTransaction();
   void EndTransaction(bool commit);
+  // True while any transaction is open on the session: the caller's, or one
+  // that an edit of a Recordset opened.
   bool InTransaction() const noexcept;
+  bool InCallerTransaction() const noexcept;
+
+  // Transactions that editing opens for itself (none while another is open:
+  // then the edit works inside it, under a savepoint).
+  void BeginEditTransaction();
+  void EndEditTransaction(bool commit);
+
+  // Keys of base tables found by editing, cached for the session's life.
+  struct TableKeyCache;
+  TableKeyCache& KeyCache();
 
   struct Impl;
 
