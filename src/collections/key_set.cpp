@@ -56,7 +56,7 @@ struct AdoKeySet::Impl {
   // One record forward or back; off either end no record is current and
   // EOF or BOF is set.
   void Step(bool forward) {
-    const NodeRef node = NodeOfBookmarkOrRaise(CurrentBookmark());
+    const NodeRef node = CurrentNode();
     const NodeRef neighbour = forward ? tree.Next(node) : tree.Previous(node);
     if (neighbour != kNoNode) {
       SetCurrent(neighbour);
@@ -93,10 +93,18 @@ struct AdoKeySet::Impl {
     return node;
   }
 
-  std::string CurrentBookmark() {
-    if (hasCurrent && ids.Find(currentId) != kNoNode) return support::KeyIdToBookmark(currentId);
+  // The record the current bookmark stands for; raises 3021 (and forgets
+  // the bookmark) when there is none.
+  NodeRef CurrentNode() {
+    const NodeRef node = hasCurrent ? LowestNode(currentId) : kNoNode;
+    if (node != kNoNode) return node;
     hasCurrent = false;
     RaiseDirect(errNoCurrentRecord, "No current record.");
+  }
+
+  std::string CurrentBookmark() {
+    CurrentNode();
+    return support::KeyIdToBookmark(currentId);
   }
 
   bool OutOfOrder(NodeRef a, NodeRef b) const {
@@ -262,7 +270,7 @@ bool AdoKeySet::MoveNext() {
 
 bool AdoKeySet::MoveFirst() {
   return Guarded(kClass, "MoveFirst", [&] {
-    if (impl_->tree.Size() == 0) impl_->CurrentBookmark();
+    if (impl_->tree.Size() == 0) impl_->CurrentNode();
     impl_->SetCurrent(impl_->tree.First());
     return false;
   });
@@ -270,7 +278,7 @@ bool AdoKeySet::MoveFirst() {
 
 bool AdoKeySet::MoveLast() {
   return Guarded(kClass, "MoveLast", [&] {
-    if (impl_->tree.Size() == 0) impl_->CurrentBookmark();
+    if (impl_->tree.Size() == 0) impl_->CurrentNode();
     impl_->SetCurrent(impl_->tree.Last());
     return false;
   });
