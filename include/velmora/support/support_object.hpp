@@ -9,11 +9,13 @@
 #include "velmora/support/field_services.hpp"
 #include "velmora/support/keyid_services.hpp"
 #include "velmora/support/profile_services.hpp"
+#include "velmora/support/system_services.hpp"
 
 namespace velmora {
 
 class SupportObject : public support::ErrorServices, public support::KeyIdServices,
-                      public support::ProfileServices, public support::FieldServices {
+                      public support::ProfileServices, public support::FieldServices,
+                      public support::SystemServices {
  public:
   SupportObject() = default;
 };

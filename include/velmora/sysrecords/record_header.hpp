@@ -11,6 +11,10 @@
 #include "velmora/com/datetime.hpp"
 #include "velmora/com/property_bag.hpp"
 
+namespace velmora::ado {
+class Recordset;
+}
+
 namespace velmora {
 
 class AdoRecordHeader : public com::PersistableObject {
@@ -46,6 +50,14 @@ class AdoRecordHeader : public com::PersistableObject {
 
   const std::string& Prefix() const noexcept { return prefix_; }
   void Prefix(std::string value) { prefix_ = std::move(value); }
+  // Reads the header's columns of the current record (skipping those the
+  // layout lacks); a Null becomes 0 or "".
+  void RecordLoad(const std::shared_ptr<ado::Recordset>& rs);
+  // Writes them (no Update). First fills what is missing: a new Unk from
+  // GetUnk on TableName (not for a Small header), and the dates and user of
+  // creation and of modification -- only when empty, so the modification
+  // stamp is renewed only when the caller cleared it.
+  void RecordSave(const std::shared_ptr<ado::Recordset>& rs);
   const std::string& TableName() const noexcept { return tableName_; }
   void TableName(std::string value) { tableName_ = std::move(value); }
   // True: the table has no RMDATE and RMUSER columns. Not persisted.

@@ -1,0 +1,34 @@
+#pragma once
+// What the counter and the lock routines share: their statements, the
+// deadline on the support object's tick, and the Recordset each attempt
+// opens.
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace velmora::ado {
+class Connection;
+class Recordset;
+}  // namespace velmora::ado
+
+namespace velmora::sysrecords {
+
+// SELECT of the counter row of `table` in SYS_UNK ("=" without blanks).
+std::string CounterQuery(const std::string& table);
+// SELECT of the lock row of `table` in SYS_LOCK (" = " with blanks).
+std::string LockQuery(const std::string& table);
+// DELETE of the lock row of `table` (used when a lock is forced).
+std::string LockDeleteStatement(const std::string& table);
+
+// The tick `seconds` from now, in 32-bit arithmetic; raises 6 (overflow)
+// when it does not fit.
+int32_t DeadlineAfter(int32_t seconds);
+// True when the deadline is not later than the current tick.
+bool DeadlinePassed(int32_t deadline);
+
+// A new Recordset on `query`: dynamic cursor, pessimistic locking, text
+// command.
+std::shared_ptr<ado::Recordset> OpenForUpdate(const std::shared_ptr<ado::Connection>& connection,
+                                              const std::string& query);
+
+}  // namespace velmora::sysrecords
