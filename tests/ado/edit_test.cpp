@@ -323,3 +323,22 @@ INSTANTIATE_TEST_SUITE_P(Engines, EditTest, ::testing::Values(TestEngine::SQLite
 
 }  // namespace
 }  // namespace velmora::test
+namespace velmora::test {
+namespace {
+class EditLongResultTest : public EditTest {};
+TEST_P(EditLongResultTest, EditingInTheMiddleOfALongResultKeepsReading) {
+  const std::string t = Table("many", "id INTEGER PRIMARY KEY, qty INTEGER");
+  cn->BeginTrans();
+  for (int i = 1; i <= 5000; ++i) cn->Execute("INSERT INTO " + t + " VALUES (" + std::to_string(i) + ", 0)");
+  cn->CommitTrans();
+  auto rs = Edit("SELECT * FROM " + t + " ORDER BY id");
+  rs->Fields()->Item(com::Variant("qty"))->Value(com::Variant(int32_t{1}));
+  rs->Update();
+  int rows = 1;
+  for (rs->MoveNext(); !rs->IsEOF(); rs->MoveNext()) ++rows;
+  EXPECT_EQ(rows, 5000);
+}
+INSTANTIATE_TEST_SUITE_P(Engines, EditLongResultTest, ::testing::Values(TestEngine::SQLite, TestEngine::PostgreSQL),
+                         EngineName);
+}  // namespace
+}  // namespace velmora::test
