@@ -147,7 +147,7 @@ std::string EncodeFlagValue(const com::Variant& value, const std::string& contro
 
 com::Variant DecodeFlagValue(std::string_view text) {
   const int code = ParseCode(text);
-  if (text.substr(kCodeDigits, kMarker.size()) != kMarker) RaiseBadDataType();
+  if (text.size() < kCodeDigits || text.substr(kCodeDigits).substr(0, kMarker.size()) != kMarker) RaiseBadDataType();
   return ParseValue(code, std::string(text.substr(kCodeDigits + kMarker.size())));
 }
 

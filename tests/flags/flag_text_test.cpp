@@ -222,7 +222,7 @@ TEST(FlagsLineSplit, ControlStringFormDecodesToAString) {
 }
 
 TEST(FlagsLineSplit, UnknownCodesFailWithBadDataTypeUnderTheLineSplitSource) {
-  for (const char* text : {"X=0009:~:1", "X=0001:~:", "X=000E:~:1", "X=0003-~-1", "X=0003"}) {
+  for (const char* text : {"X=0009:~:1", "X=0001:~:", "X=000E:~:1", "X=0003-~-1", "X=0003", "X=3", "X=0003:~"}) {
     AdoFlags flags;
     const com::Error e = ErrorOf([&] { flags.LineSplit(text); });
     EXPECT_EQ(e.Number(), 20000) << text;
@@ -235,6 +235,7 @@ TEST(FlagsLineSplit, MalformedValuesRaiseConversionErrorsAndStoreNothing) {
   AdoFlags flags;
   EXPECT_EQ(ErrorOf([&] { flags.LineSplit("A=0003:~:1::B=00G3:~:1"); }).Number(), 13);
   EXPECT_EQ(ErrorOf([&] { flags.LineSplit("A=0003:~:abc"); }).Number(), 13);
+  EXPECT_EQ(ErrorOf([&] { flags.LineSplit("A="); }).Number(), 13);
   EXPECT_EQ(ErrorOf([&] { flags.LineSplit("A=0002:~:99999"); }).Number(), 6);
   EXPECT_EQ(ErrorOf([&] { flags.LineSplit("A=0007:~:20091331230509"); }).Number(), 13);
   EXPECT_EQ(ErrorOf([&] { flags.LineSplit("A=0007:~:2009123123050"); }).Number(), 13);
