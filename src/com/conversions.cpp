@@ -209,7 +209,13 @@ Variant ChangeType(const Variant& v, int16_t vtype) {
 double Val(const std::string& text) { return CheckedDouble(detail::ExactToDouble(detail::ParseLeadingNumber(text))); }
 
 bool IsNumeric(const Variant& v) {
-  if (auto p = v.TryGet<std::string>()) return detail::ParseNumber(*p).has_value();
+  if (auto p = v.TryGet<std::string>()) {
+    try {
+      return detail::ParseNumber(*p).has_value();
+    } catch (const Error&) {
+      return false;  // "&H" digits beyond 64 bits
+    }
+  }
   switch (v.VarType()) {
     case vbEmpty:
     case vbInteger:

@@ -223,6 +223,8 @@ TEST(Conversions, IsNumericAndIsDate) {
   EXPECT_TRUE(IsNumeric(true));
   EXPECT_FALSE(IsNumeric(Variant("")));
   EXPECT_FALSE(IsNumeric(Variant("1,000")));
+  EXPECT_FALSE(IsNumeric(Variant("&HFFFFFFFFFFFFFFFFFFFF")));
+  EXPECT_EQ(ErrorNumber([] { CLng(Variant("&HFFFFFFFFFFFFFFFFFFFF")); }), errOverflow);
   EXPECT_FALSE(IsNumeric(Null));
   EXPECT_FALSE(IsNumeric(Date(1)));
   EXPECT_TRUE(IsDate(Date(1)));
