@@ -137,6 +137,7 @@ void AddEngineDefaults(std::vector<ConnectionPair>& pairs, Engine engine) {
     AddDefault(pairs, "Timeout", "250");
     AddDefault(pairs, "SyncPragma", "FULL");
     AddDefault(pairs, "JournalMode", "WAL");
+    AddDefault(pairs, "StepAPI", "1");
   } else if (engine == Engine::PostgreSQL) {
     AddDefault(pairs, "CommLog", "0");
     // No SAVEPOINT per statement, and no silent rollback of the whole

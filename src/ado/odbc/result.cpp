@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "ado/error_map.hpp"
 #include "ado/values.hpp"
@@ -189,10 +190,49 @@ OdbcResult::OdbcResult(std::shared_ptr<void> keepAlive, StmtHandle stmt, ResultO
     : keepAlive_(std::move(keepAlive)), stmt_(std::move(stmt)), options_(options), execute_(std::move(execute)) {
   Describe();
   Bind();
+  ClaimStream();
 }
 
 OdbcResult::~OdbcResult() {
+  if (streaming_) options_.stream->Release(this);
   if (stmt_) SQLCloseCursor(stmt_.Get());
+}
+
+void OdbcResult::ClaimStream() { streaming_ = options_.stream != nullptr && options_.stream->Claim(this); }
+
+void OdbcResult::EndOfRows() {
+  done_ = true;
+  SQLFreeStmt(stmt_.Get(), SQL_CLOSE);
+  if (streaming_) options_.stream->Release(this);
+  streaming_ = false;
+}
+
+// Reads the rest of the stream row by row, so that the rows read before an
+// error are kept; the error is raised by the Fetch that reaches it.
+void OdbcResult::Settle() {
+  settled_ = true;
+  while (!done_) {
+    const size_t first = settledRows_.size();
+    settledRows_.resize(first + 1);
+    size_t n = 0;
+    try {
+      n = FetchSingle(settledRows_, first, 1);
+    } catch (...) {
+      settledError_ = std::current_exception();
+    }
+    settledRows_.resize(first + n);
+    if (settledError_) break;
+  }
+  EndOfRows();
+}
+
+size_t OdbcResult::FetchSettled(std::vector<detail::Row>& rows, size_t first, size_t count) {
+  size_t n = 0;
+  for (; n < count && first + n < rows.size() && settledNext_ < settledRows_.size(); ++n) {
+    rows[first + n] = std::move(settledRows_[settledNext_++]);
+  }
+  if (n == 0 && settledError_) std::rethrow_exception(std::exchange(settledError_, nullptr));
+  return n;
 }
 
 void OdbcResult::Fail(const std::string& what) {
@@ -279,6 +319,7 @@ void OdbcResult::Bind() {
 }
 
 size_t OdbcResult::Fetch(std::vector<detail::Row>& rows, size_t first, size_t count) {
+  if (settled_) return FetchSettled(rows, first, count);
   if (done_ || count == 0) return 0;
   return options_.blockReads ? FetchBlock(rows, first, count) : FetchSingle(rows, first, count);
 }
@@ -288,7 +329,7 @@ size_t OdbcResult::FetchBlock(std::vector<detail::Row>& rows, size_t first, size
   (void)count;
   const SQLRETURN rc = SQLFetch(stmt_.Get());
   if (rc == SQL_NO_DATA) {
-    done_ = true;
+    EndOfRows();
     return 0;
   }
   if (!SQL_SUCCEEDED(rc)) Fail("Fetching rows failed");
@@ -312,7 +353,7 @@ size_t OdbcResult::FetchBlock(std::vector<detail::Row>& rows, size_t first, size
       ReadWhole(c, row[c]);
     }
   }
-  if (fetched_ < arraySize_) done_ = true;
+  if (fetched_ < arraySize_) EndOfRows();
   return n;
 }
 
@@ -349,7 +390,7 @@ size_t OdbcResult::FetchSingle(std::vector<detail::Row>& rows, size_t first, siz
   while (n < count && first + n < rows.size()) {
     const SQLRETURN rc = SQLFetch(stmt_.Get());
     if (rc == SQL_NO_DATA) {
-      done_ = true;
+      EndOfRows();
       break;
     }
     if (!SQL_SUCCEEDED(rc)) Fail("Fetching a row failed");
@@ -409,9 +450,16 @@ void OdbcResult::ReadWhole(size_t column, com::Variant& out) {
 }
 
 void OdbcResult::Restart() {
+  if (streaming_) options_.stream->Release(this);
+  streaming_ = false;
+  settled_ = false;
+  settledRows_.clear();
+  settledNext_ = 0;
+  settledError_ = nullptr;
   SQLCloseCursor(stmt_.Get());
   done_ = false;
   execute_(stmt_);
+  ClaimStream();
 }
 
 }  // namespace velmora::ado::odbc

@@ -2,11 +2,13 @@
 // The rows of an executed ODBC statement as a RowSource: described columns,
 // block fetches into bound arrays where the driver allows reading a value
 // of a row inside a block, one row at a time with SQLGetData otherwise.
+#include <exception>
 #include <functional>
 #include <memory>
 
 #include "ado/cursor.hpp"
 #include "ado/odbc/api.hpp"
+#include "ado/odbc/stream_slot.hpp"
 #include "velmora/ado/connection.hpp"
 
 namespace velmora::ado::odbc {
@@ -39,9 +41,10 @@ struct ResultOptions {
   bool wide = false;          // text as UTF-16 (SQL_C_WCHAR)
   bool blockReads = false;    // the driver can SQLGetData inside a block
   Errors* errors = nullptr;
+  StreamSlot* stream = nullptr;  // set when the driver may step through the result
 };
 
-class OdbcResult : public detail::RowSource {
+class OdbcResult : public detail::RowSource, private StreamedRows {
  public:
   // `execute` runs (or re-runs) the statement on the handle.
   OdbcResult(std::shared_ptr<void> keepAlive, StmtHandle stmt, ResultOptions options,
@@ -62,6 +65,11 @@ class OdbcResult : public detail::RowSource {
   bool FitsBound(size_t column, size_t row) const;
   void StoreBound(size_t column, size_t row, com::Variant& out);
   [[noreturn]] void Fail(const std::string& what);
+  void ClaimStream();
+  // No more rows: closes the driver's cursor and frees the connection's stream.
+  void EndOfRows();
+  void Settle() override;
+  size_t FetchSettled(std::vector<detail::Row>& rows, size_t first, size_t count);
 
   std::shared_ptr<void> keepAlive_;
   StmtHandle stmt_;
@@ -73,7 +81,13 @@ class OdbcResult : public detail::RowSource {
   size_t arraySize_ = 1;
   SQLULEN fetched_ = 0;
   bool done_ = false;
+  bool streaming_ = false;  // holds the connection's stream
   std::vector<char> scratch_;
+  // The rest of a stream read at once (Settle), and the error that ended it.
+  bool settled_ = false;
+  std::vector<detail::Row> settledRows_;
+  size_t settledNext_ = 0;
+  std::exception_ptr settledError_;
 };
 
 // Raises from the diagnostics of `handle`.

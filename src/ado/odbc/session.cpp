@@ -1,9 +1,12 @@
 #include "ado/odbc/session.hpp"
 
+#include <cstring>
+
 #include "ado/error_map.hpp"
 #include "ado/odbc/api.hpp"
 #include "ado/odbc/params.hpp"
 #include "ado/odbc/result.hpp"
+#include "ado/odbc/stream_slot.hpp"
 #include "ado/table_key.hpp"
 #include "ado/values.hpp"
 
@@ -17,6 +20,8 @@ struct Session::Impl {
   bool blockReads = false;
   enum class Tx { None, Caller, Edit };
   Tx transaction = Tx::None;
+  bool stepMode = false;  // the SQLite driver can step through query results
+  odbc::StreamSlot stream;
   ErrorsPtr errors;
   std::string dbmsName;
   TableKeyCache keys;
@@ -36,9 +41,56 @@ struct Session::Impl {
     if (!stmt) FailDbc("Allocating a statement failed");
     return stmt;
   }
+  odbc::StmtHandle NewStatement(int32_t timeoutSeconds) const {
+    odbc::StmtHandle stmt = NewStatement();
+    SQLSetStmtAttr(stmt.Get(), SQL_ATTR_QUERY_TIMEOUT,
+                   reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(std::max(timeoutSeconds, 0))), 0);
+    return stmt;
+  }
+  // The rows of an executed statement, or the count of rows it changed.
+  Outcome Finish(std::shared_ptr<Session> self, odbc::StmtHandle stmt, std::function<void(odbc::StmtHandle&)> run,
+                 odbc::StreamSlot* streamSlot) {
+    Outcome outcome;
+    SQLSMALLINT columns = 0;
+    SQLNumResultCols(stmt.Get(), &columns);
+    if (columns > 0) {
+      odbc::ResultOptions options{engine, wide, blockReads, errors.get(), streamSlot};
+      outcome.rows = std::make_unique<odbc::OdbcResult>(std::move(self), std::move(stmt), options, std::move(run));
+      return outcome;
+    }
+    SQLLEN count = -1;
+    if (SQL_SUCCEEDED(SQLRowCount(stmt.Get(), &count))) outcome.rowsAffected = count;
+    return outcome;
+  }
 };
 
 namespace {
+
+// Raises `what` from the statement's diagnostics unless `rc` succeeded.
+void Check(SQLRETURN rc, const odbc::StmtHandle& h, bool wide, Errors* errors, const std::string& what) {
+  if (!SQL_SUCCEEDED(rc) && rc != SQL_NO_DATA) odbc::Fail(SQL_HANDLE_STMT, h.Get(), wide, errors, what);
+}
+
+// True when the prepared statement has result columns and the driver knows
+// the declared type of each. In step mode the driver describes a column
+// without one (an expression, or a column declared without a type) as
+// varchar(255), while a result held whole types it by its first value; such
+// results are held whole so that Fields keep their types.
+bool EveryColumnDeclared(SQLHSTMT prepared) {
+  SQLSMALLINT count = 0;
+  if (!SQL_SUCCEEDED(SQLNumResultCols(prepared, &count)) || count == 0) return false;
+  constexpr SQLULEN kUndeclaredSize = 255;
+  for (SQLUSMALLINT i = 1; i <= static_cast<SQLUSMALLINT>(count); ++i) {
+    SQLSMALLINT type = 0;
+    SQLULEN size = 0;
+    if (!SQL_SUCCEEDED(SQLDescribeCol(prepared, i, nullptr, 0, nullptr, &type, &size, nullptr, nullptr))) return false;
+    char typeName[16] = {};
+    SQLColAttribute(prepared, i, SQL_DESC_TYPE_NAME, typeName, sizeof typeName, nullptr, nullptr);
+    const bool varchar = type == SQL_VARCHAR || type == SQL_WVARCHAR;
+    if (varchar && size == kUndeclaredSize && std::strcmp(typeName, "varchar") == 0) return false;
+  }
+  return true;
+}
 
 // Runs one statement text on a handle, in the driver's character width.
 SQLRETURN ExecText(SQLHSTMT stmt, const std::string& sql, bool wide) {
@@ -128,8 +180,12 @@ std::shared_ptr<Session> Session::Connect(const OdbcTarget& target, int32_t logi
   SQLSetConnectAttr(s.dbc.Get(), SQL_ATTR_LOGIN_TIMEOUT,
                     reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(std::max(loginTimeout, 0))), 0);
   std::string text = target.odbcString;
+  // The completed string tells the settings the driver runs with.
+  SQLCHAR completed[2048] = {};
+  SQLSMALLINT completedLength = 0;
   rc = SQLDriverConnect(s.dbc.Get(), nullptr, reinterpret_cast<SQLCHAR*>(text.data()),
-                        static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
+                        static_cast<SQLSMALLINT>(text.size()), completed, sizeof completed, &completedLength,
+                        SQL_DRIVER_NOPROMPT);
   if (!SQL_SUCCEEDED(rc)) {
     auto diags = odbc::ReadDiagnostics(s.dbc, false);
     s.dbc.Reset();
@@ -138,6 +194,7 @@ std::shared_ptr<Session> Session::Connect(const OdbcTarget& target, int32_t logi
   s.dbmsName = s.InfoText(SQL_DBMS_NAME);
   s.engine = target.engine != Engine::Other ? target.engine : EngineOfDriver(s.dbmsName);
   s.wide = s.engine != Engine::SQLite;
+  s.stepMode = s.engine == Engine::SQLite && odbc::StepModeOn(reinterpret_cast<const char*>(completed));
   SQLUINTEGER extensions = 0;
   SQLGetInfo(s.dbc.Get(), SQL_GETDATA_EXTENSIONS, &extensions, sizeof extensions, nullptr);
   constexpr SQLUINTEGER kNeeded = SQL_GD_ANY_COLUMN | SQL_GD_BLOCK | SQL_GD_BOUND;
@@ -156,31 +213,46 @@ Session::Outcome Session::Execute(const std::string& sql, int32_t timeoutSeconds
   return Execute(sql, {}, timeoutSeconds, what);
 }
 
+// In step mode a plain query without parameters whose columns all have
+// declared types is prepared and executed forward-only, so that the driver
+// steps through it (unless a transaction or another stream is open: then it
+// holds it whole). Anything but a plain query first settles the open
+// stream, which it could disturb. The rest runs with a static cursor, which
+// the driver always executes at once and holds whole; without that a
+// statement it takes for a query, such as WITH ... INSERT, would wait for a
+// fetch that never comes.
 Session::Outcome Session::Execute(const std::string& sql, const std::vector<Param>& params, int32_t timeoutSeconds,
                                   const std::string& what) {
-  odbc::StmtHandle stmt = impl_->NewStatement();
-  SQLSetStmtAttr(stmt.Get(), SQL_ATTR_QUERY_TIMEOUT,
-                 reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(std::max(timeoutSeconds, 0))), 0);
   const bool wide = impl_->wide;
   Errors* errors = impl_->errors.get();
+  const bool plainQuery = impl_->stepMode && odbc::IsPlainQuery(sql);
+  if (impl_->stepMode && !plainQuery) impl_->stream.Settle();
+  if (plainQuery && params.empty()) {
+    odbc::StmtHandle stmt = impl_->NewStatement(timeoutSeconds);
+    // Step mode belongs to the SQLite driver, which is given narrow text.
+    Check(SQLPrepare(stmt.Get(), reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.data())),
+                     static_cast<SQLINTEGER>(sql.size())),
+          stmt, wide, errors, what);
+    if (EveryColumnDeclared(stmt.Get())) {
+      auto execute = [wide, errors, what](odbc::StmtHandle& h) {
+        Check(SQLExecute(h.Get()), h, wide, errors, what);
+      };
+      execute(stmt);
+      return impl_->Finish(shared_from_this(), std::move(stmt), execute, &impl_->stream);
+    }
+  }
+  odbc::StmtHandle stmt = impl_->NewStatement(timeoutSeconds);
+  if (impl_->stepMode) {
+    SQLSetStmtAttr(stmt.Get(), SQL_ATTR_CURSOR_TYPE, reinterpret_cast<SQLPOINTER>(SQL_CURSOR_STATIC), 0);
+  }
   auto bound = std::make_shared<odbc::BoundParams>(params, impl_->engine, wide);
   auto run = [sql, wide, errors, what, bound](odbc::StmtHandle& h) {
     SQLRETURN rc = bound->BindTo(h.Get());
     if (SQL_SUCCEEDED(rc)) rc = ExecText(h.Get(), sql, wide);
-    if (!SQL_SUCCEEDED(rc) && rc != SQL_NO_DATA) odbc::Fail(SQL_HANDLE_STMT, h.Get(), wide, errors, what);
+    Check(rc, h, wide, errors, what);
   };
   run(stmt);
-  Outcome outcome;
-  SQLSMALLINT columns = 0;
-  SQLNumResultCols(stmt.Get(), &columns);
-  if (columns > 0) {
-    odbc::ResultOptions options{impl_->engine, wide, impl_->blockReads, errors};
-    outcome.rows = std::make_unique<odbc::OdbcResult>(shared_from_this(), std::move(stmt), options, run);
-    return outcome;
-  }
-  SQLLEN count = -1;
-  if (SQL_SUCCEEDED(SQLRowCount(stmt.Get(), &count))) outcome.rowsAffected = count;
-  return outcome;
+  return impl_->Finish(shared_from_this(), std::move(stmt), run, nullptr);
 }
 
 std::unique_ptr<RowSource> Session::Catalog(CatalogCall call, const std::vector<std::optional<std::string>>& args) {
@@ -214,6 +286,7 @@ int32_t Session::NullCollation() const {
 }
 
 void Session::BeginTransaction() {
+  impl_->stream.Block(true);  // the driver would end an open stream early
   if (!SQL_SUCCEEDED(SQLSetConnectAttr(impl_->dbc.Get(), SQL_ATTR_AUTOCOMMIT,
                                        reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_OFF), 0))) {
     impl_->FailDbc("Connection.BeginTrans failed");
@@ -225,6 +298,7 @@ void Session::EndTransaction(bool commit) {
   const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, impl_->dbc.Get(), commit ? SQL_COMMIT : SQL_ROLLBACK);
   if (!SQL_SUCCEEDED(rc)) impl_->FailDbc(commit ? "Connection.CommitTrans failed" : "Connection.RollbackTrans failed");
   impl_->transaction = Impl::Tx::None;
+  impl_->stream.Block(false);
   if (!SQL_SUCCEEDED(SQLSetConnectAttr(impl_->dbc.Get(), SQL_ATTR_AUTOCOMMIT,
                                        reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0))) {
     impl_->FailDbc("Restoring automatic commit failed");
