@@ -14,6 +14,8 @@
 #include "velmora/com/object.hpp"
 #include "velmora/com/variant.hpp"
 #include "velmora/facade/ado_flags_enum.hpp"
+#include "velmora/fields/connection_utils.hpp"
+#include "velmora/fields/field_access.hpp"
 
 namespace velmora::ado {
 class Connection;
@@ -57,6 +59,34 @@ class AdoMacros : public com::Object {
   void ConnectionOptionsSet(std::shared_ptr<AdoFlags>& Flags, const std::string& DBMS = "",
                             const std::string& UserName = "", const std::string& Password = "", int32_t Prompt = 0,
                             int32_t DbOptions = 0) const;
+
+  // Field value access and SQL text (velmora/fields/field_access.hpp,
+  // sql_text.hpp, connection_utils.hpp), in the order of the interface.
+  // StringToBlob and BlobToString take their own AnsiBlob (default True);
+  // FieldValueSet, FieldValueSet2 and FieldValueGet pass DefaultAnsiBlob;
+  // FieldGet, FieldRead and FieldWrite always pass False. FieldValueSet
+  // never stores Null for a neutral value (DefaultToNull False), and
+  // FieldValueGet works on a copy of vType.
+  void StringToBlob(const std::shared_ptr<ado::Field>& Field, const com::Variant& Value,
+                    bool AnsiBlob = true) const;
+  std::string BlobToString(const std::shared_ptr<ado::Field>& Field, bool AnsiBlob = true) const;
+  bool IsValidBookmark(const std::shared_ptr<ado::Recordset>& rs, const com::Variant& Bookmark) const;
+  std::string SQLName(const std::string& Name) const;
+  std::string QueryArgument(const com::Variant& Argument, int16_t vType = 0, int32_t Flags = 0) const;
+  void ErrorSet(const std::shared_ptr<ado::Connection>& cnn) const;
+  void ConnectionClose(const std::shared_ptr<ado::Connection>& cnn) const;
+  void RecordsetClose(std::shared_ptr<ado::Recordset>& rs) const;
+  void FieldValueSet(const std::shared_ptr<ado::Field>& Field, const com::Variant& Value) const;
+  void FieldGet(const std::shared_ptr<ado::Fields>& Fields, const std::string& Key, com::Variant& Value,
+                int32_t Flags = FLDRW_ONLYIFEXISTS) const;
+  com::Variant FieldRead(const std::shared_ptr<ado::Fields>& Fields, const std::string& Key, int16_t& vType,
+                         int32_t Flags = FLDRW_ONLYIFEXISTS) const;
+  void FieldWrite(const std::shared_ptr<ado::Fields>& Fields, const std::string& Key,
+                  const com::Variant& Value, int32_t Flags = FLDRW_ONLYIFEXISTS) const;
+  com::Variant FieldValueGet(const std::shared_ptr<ado::Field>& Field, int16_t vType = 0) const;
+  void FieldDefaultSet(const std::shared_ptr<ado::Field>& Field) const;
+  void FieldValueSet2(const std::shared_ptr<ado::Field>& Field, const com::Variant& Value,
+                      bool DefaultToNull = false) const;
 
  private:
   std::shared_ptr<AdoFlagsEnum> connectionOption_;
