@@ -1,0 +1,16 @@
+#pragma once
+// What the system-table commands (init, unk, lock, demo) share: opening the
+// CONNECTION argument.
+#include <memory>
+#include <string>
+
+#include "velmora/ado/connection.hpp"
+
+namespace velmora::tool {
+
+// Opens CONNECTION: a connection string in any form Connection.Open takes
+// (it contains '='), or else the path of an SQLite file on the embedded
+// default engine; with `createFile` a missing file is created empty first.
+std::shared_ptr<ado::Connection> OpenConnectionArgument(const std::string& argument, bool createFile);
+
+}  // namespace velmora::tool
