@@ -5,6 +5,8 @@
 
 #include "velmora/com/property_bag.hpp"
 #include "velmora/collections/ado_array.hpp"
+#include "velmora/sysrecords/ado_sys_lock.hpp"
+#include "velmora/sysrecords/ado_unk.hpp"
 #include "velmora/sysrecords/record_header.hpp"
 
 namespace velmora {
@@ -21,7 +23,8 @@ std::shared_ptr<com::PersistableObject> Create() {
 //   &Create<AdoRecordHeader>,
 // Each class names itself through ProgID(), so the list holds no names.
 const std::vector<Creator>& PersistableClasses() {
-  static const std::vector<Creator> classes{&Create<AdoRecordHeader>, &Create<AdoArray>};
+  static const std::vector<Creator> classes{&Create<AdoRecordHeader>, &Create<AdoArray>, &Create<AdoUnk>,
+                                               &Create<AdoSysLock>};
   return classes;
 }
 

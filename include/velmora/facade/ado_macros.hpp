@@ -16,6 +16,7 @@
 #include "velmora/facade/ado_flags_enum.hpp"
 #include "velmora/fields/connection_utils.hpp"
 #include "velmora/fields/field_access.hpp"
+#include "velmora/sysrecords/system_records.hpp"
 
 namespace velmora::ado {
 class Connection;
@@ -45,6 +46,16 @@ class AdoMacros : public com::Object {
   // TableLockEx work on it instead of their connection argument.
   std::shared_ptr<ado::Connection> DefaultConnection() const;
   void DefaultConnection(std::shared_ptr<ado::Connection> value);
+
+  // Counters and table locks (velmora/sysrecords/system_records.hpp); when
+  // DefaultConnection is set they work on it instead of dbConnection.
+  // TableLock is TableLockEx with Force false.
+  TableLockReturn TableLock(const std::shared_ptr<ado::Connection>& dbConnection, const std::string& TableName,
+                            bool Activate, int32_t timeOut = 30) const;
+  TableLockReturn TableLockEx(const std::shared_ptr<ado::Connection>& dbConnection, const std::string& TableName,
+                              bool Activate, int32_t timeOut = 30, bool Force = false) const;
+  int32_t GetUnk(const std::shared_ptr<ado::Connection>& dbConnection, const std::string& TableName,
+                 int32_t timeOut = 30) const;
 
   // Type names and type mapping.
   std::string VbTypeToStr(int16_t vType) const;
