@@ -18,6 +18,8 @@
 namespace velmora {
 namespace {
 
+using namespace std::string_literals;
+
 std::string ReadText(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   std::stringstream text;
@@ -53,7 +55,7 @@ std::shared_ptr<AdoFlags> FlagsOfEveryType() {
   flags->WriteProperty("When", com::Variant(December31At230509()));
   flags->WriteProperty("Old", com::Variant(com::Date(com::DateSerial(1899, 12, 29).value - 0.25)));
   flags->WriteProperty("Text", com::Variant("Perché sì: 日本語 € \"q\" ; [x] = y "));
-  flags->WriteProperty("Control", com::Variant(std::string("tab\there\r\nnul\0del\x7F", 20)));
+  flags->WriteProperty("Control", com::Variant("tab\there\r\nnul\0del\x7F"s));
   flags->WriteProperty("Empty", com::Variant(""));
   flags->WriteProperty("Yes", com::Variant(true));
   flags->WriteProperty("No", com::Variant(false));

@@ -9,6 +9,8 @@
 namespace velmora::support {
 namespace {
 
+using namespace std::string_literals;
+
 const ProfileServices kProfile;
 
 std::string ControlSet() {
@@ -21,7 +23,7 @@ TEST(ControlCharacters, FoundAnywhereInTheText) {
   const std::string set = ControlSet();
   EXPECT_FALSE(kProfile.StringHasAnyChar("plain text, àèìòù €", set));
   EXPECT_TRUE(kProfile.StringHasAnyChar("tab\there", set));
-  EXPECT_TRUE(kProfile.StringHasAnyChar(std::string("nul\0", 4), set));
+  EXPECT_TRUE(kProfile.StringHasAnyChar("nul\0"s, set));
   EXPECT_TRUE(kProfile.StringHasAnyChar("del\x7F", set));
   EXPECT_TRUE(kProfile.StringHasAnyChar("\n", set));
   EXPECT_FALSE(kProfile.StringHasAnyChar("", set));

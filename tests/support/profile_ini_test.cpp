@@ -17,6 +17,8 @@
 namespace velmora::support {
 namespace {
 
+using namespace std::string_literals;
+
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
@@ -166,9 +168,9 @@ TEST(ProfileWrite, FileWithoutFinalLineEndGetsOneBeforeNewLines) {
 
 TEST(ProfileWrite, ByteOrderMarkAndBytesBeforeFirstSectionKept) {
   const auto path = IniPath();
-  WriteText(path, std::string("\xEF\xBB\xBFpreamble\0line\r\n[s]\r\na=1\r\n", 28));
+  WriteText(path, "\xEF\xBB\xBFpreamble\0line\r\n[s]\r\na=1\r\n"s);
   kProfile.ProfileEntriesWrite(path, "s", {{"a", "2"}});
-  EXPECT_EQ(ReadText(path), std::string("\xEF\xBB\xBFpreamble\0line\r\n[s]\r\na=2\r\n", 28));
+  EXPECT_EQ(ReadText(path), "\xEF\xBB\xBFpreamble\0line\r\n[s]\r\na=2\r\n"s);
 }
 
 TEST(ProfileWrite, ValuesWithEdgeBlanksOrQuotesReadBackUnchanged) {
@@ -192,7 +194,7 @@ TEST(ProfileWrite, NonAsciiNamesAndValuesCompareWithoutCase) {
 TEST(ProfileWrite, NamesAndValuesThatCannotBeStoredAreRefused) {
   const auto path = IniPath();
   const std::vector<ProfileEntry> bad{{"a=b", "v"}, {"line\nbreak", "v"}, {" lead", "v"}, {"[x", "v"},
-                                      {";x", "v"},  {"k", "two\nlines"}, {"k", std::string("nul\0", 4)}};
+                                      {";x", "v"},  {"k", "two\nlines"}, {"k", "nul\0"s}};
   for (const ProfileEntry& entry : bad) {
     try {
       kProfile.ProfileEntriesWrite(path, "s", {entry});

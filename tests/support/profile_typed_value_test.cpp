@@ -15,6 +15,8 @@
 namespace velmora::support {
 namespace {
 
+using namespace std::string_literals;
+
 const ProfileServices kProfile;
 
 std::string BufferOf(const std::vector<com::Variant>& values) {
@@ -83,7 +85,7 @@ std::vector<com::Variant> EveryType() {
           com::Variant(com::Date(40178.96186342592)),
           com::Variant(com::Date(-1.25)),
           com::Variant(""),
-          com::Variant(std::string("ctl\0\t\r\n:#;VFLAGS1;", 19)),
+          com::Variant("ctl\0\t\r\n:#;VFLAGS1;"s),
           com::Variant("Perché così? 日本語 €"),
           com::Variant(true),
           com::Variant(false),
