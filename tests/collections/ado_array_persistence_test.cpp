@@ -68,7 +68,7 @@ TEST_F(ArrayPersistence, WritesTheDocumentedKeys) {
   array.WriteProperties(bag);
   auto bytes = ThroughBytes(bag);
   EXPECT_EQ(bytes->ReadProperty("RecordCount").Get<int32_t>(), 2);
-  EXPECT_EQ(bytes->ReadProperty("Record2").ObjectAs<TestRecord>()->Header()->Unk(), 6);
+  EXPECT_EQ(testing::IdOf(bytes->ReadProperty("Record2").Object()), 6);
   EXPECT_EQ(bytes->ReadProperty("Indexes").Get<int32_t>(), 2);
   EXPECT_EQ(bytes->ReadProperty("Index1").Get<std::string>(), "NAME");
   EXPECT_EQ(bytes->ReadProperty("Index2").Get<std::string>(), "CODE");

@@ -28,7 +28,7 @@ std::shared_ptr<TestRecord> Rec(int32_t id, const std::string& name = "", const 
 
 using testing::ErrorOf;
 
-int32_t IdOf(const com::ObjectPtr& rec) { return std::dynamic_pointer_cast<TestRecord>(rec)->Header()->Unk(); }
+using testing::IdOf;
 
 // The ids met by a walk from the first record of the active order.
 std::vector<int32_t> Walk(AdoArray& array) {

@@ -54,6 +54,12 @@ class TestRecord : public com::PersistableObject, public AdoRecord {
   std::map<std::string, std::string> keys_;
 };
 
+// The id of a record object (0 when it is not a TestRecord).
+inline int32_t IdOf(const com::ObjectPtr& rec) {
+  const auto record = std::dynamic_pointer_cast<TestRecord>(rec);
+  return record ? record->Header()->Unk() : 0;
+}
+
 // Registers the classes that the array tests read back from property bags.
 void RegisterTestClasses();
 
