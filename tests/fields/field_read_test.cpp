@@ -43,10 +43,6 @@ class FieldReading : public EngineTest {
   }
 };
 
-com::ByteArray Bytes(std::string_view text) {
-  return com::ByteArray(text.begin(), text.end());
-}
-
 TEST_P(FieldReading, NullReadsGiveTheNeutralValueOfTheFieldsType) {
   auto rs = Rows(NullRow());
   struct Case {
