@@ -35,7 +35,6 @@ void AdoRecordHeader::ReadProperties(com::PropertyBag& bag) {
   small_ = com::CBool(bag.ReadProperty("Small", kFalse));
   prefix_ = com::CStr(bag.ReadProperty("Prefix", kNoText));
   tableName_ = com::CStr(bag.ReadProperty("TableName", kNoText));
-  simple_ = false;
 }
 
 void AdoRecordHeader::WriteProperties(com::PropertyBag& bag) {

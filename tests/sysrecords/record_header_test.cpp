@@ -104,6 +104,16 @@ TEST(RecordHeader, PropertyBagRoundTripKeepsEverythingButSimple) {
   EXPECT_EQ(back->TableName(), "SYS_UNK");
 }
 
+TEST(RecordHeader, ReadingABagLeavesSimpleAlone) {
+  com::PropertyBag bag;
+  Filled()->WriteProperties(bag);
+  AdoRecordHeader h;
+  h.Simple(true);
+  h.ReadProperties(bag);
+  EXPECT_TRUE(h.Simple());
+  EXPECT_EQ(h.Unk(), 42);
+}
+
 TEST(RecordHeader, PropertyBagUsesTheDocumentedKeys) {
   auto h = Filled();
   com::PropertyBag bag;

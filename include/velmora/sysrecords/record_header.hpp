@@ -66,7 +66,8 @@ class AdoRecordHeader : public com::PersistableObject {
 
   // Persistence: the keys "Unk", "RcDate", "RcUser", "RmDate", "RmUser",
   // "Small", "Prefix", "TableName", each stored only when it differs from
-  // its zero value.
+  // its zero value. Simple is neither written nor read: a header restored
+  // from a bag starts with Simple false, one that reads a bag keeps its own.
   std::string ProgID() const override { return kProgID; }
   void ReadProperties(com::PropertyBag& bag) override;
   void WriteProperties(com::PropertyBag& bag) override;
