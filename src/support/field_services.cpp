@@ -39,21 +39,37 @@ void FieldServices::SetError(const com::Variant& number, const com::Variant& sou
                              const com::Variant& description, const com::Variant& helpFile,
                              const com::Variant& helpContext) noexcept {
   try {
-    PendingError error = std::current_exception() ? CurrentError() : record_;
+    const std::exception_ptr handled = std::current_exception();
+    const bool continuesRecord = !handled || handled == recordHandled_;
+    PendingError error = continuesRecord ? record_ : ExceptionError(handled);
     AssignGiven(error.number, number, [](const com::Variant& v) { return com::CLng(v); });
     AssignGiven(error.source, source, [](const com::Variant& v) { return com::CStr(v); });
     AssignGiven(error.description, description, [](const com::Variant& v) { return com::CStr(v); });
     AssignGiven(error.helpFile, helpFile, [](const com::Variant& v) { return com::CStr(v); });
     AssignGiven(error.helpContext, helpContext, [](const com::Variant& v) { return com::CLng(v); });
     record_ = std::move(error);
+    recordHandled_ = handled;
   } catch (...) {
     // Out of memory while copying texts: the record stays as it was.
   }
 }
 
-void FieldServices::RaiseErrorRecord() const {
-  throw com::Error(record_.number, record_.description, record_.source, record_.helpFile,
-                   record_.helpContext);
+void FieldServices::ClearErrorRecord() noexcept {
+  record_ = PendingError();
+  recordHandled_ = nullptr;
+}
+
+std::optional<PendingError> FieldServices::TakeErrorRecordFor(const std::exception_ptr& handled) noexcept {
+  if (!handled || handled != recordHandled_) return std::nullopt;
+  std::optional<PendingError> taken(std::move(record_));
+  ClearErrorRecord();
+  return taken;
+}
+
+void FieldServices::RaiseErrorRecord() {
+  PendingError raised = std::move(record_);
+  ClearErrorRecord();
+  throw com::Error(raised.number, raised.description, raised.source, raised.helpFile, raised.helpContext);
 }
 
 }  // namespace velmora::support

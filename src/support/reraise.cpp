@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <new>
+#include <optional>
 #include <system_error>
 
 #include "velmora/com/conversions.hpp"
@@ -46,11 +47,10 @@ std::string ErrorSource(std::string_view module, std::string_view procedure) {
   return source;
 }
 
-PendingError CurrentError() {
-  const std::exception_ptr pending = std::current_exception();
-  if (!pending) return {};
+PendingError ExceptionError(const std::exception_ptr& exception) {
+  if (!exception) return {};
   try {
-    std::rethrow_exception(pending);
+    std::rethrow_exception(exception);
   } catch (const com::Error& e) {
     return {e.Number(), e.Description(), e.Source(), e.HelpFile(), e.HelpContext(), 0};
   } catch (const std::bad_alloc&) {
@@ -62,6 +62,12 @@ PendingError CurrentError() {
   } catch (...) {
     return Described(kErrorUnspecified, "Unspecified error");
   }
+}
+
+PendingError CurrentError() {
+  const std::exception_ptr pending = std::current_exception();
+  if (std::optional<PendingError> composed = Support().TakeErrorRecordFor(pending)) return *std::move(composed);
+  return ExceptionError(pending);
 }
 
 void ReraiseError(const com::Variant& number, const com::Variant& source, const com::Variant& description,

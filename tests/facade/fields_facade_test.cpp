@@ -8,6 +8,7 @@
 #include "support/raised_error.hpp"
 #include "velmora/facade/ado_macros.hpp"
 #include "velmora/fields/sql_text.hpp"
+#include "velmora/support/reraise.hpp"
 #include "velmora/support/support_object.hpp"
 
 namespace velmora::test {
@@ -103,13 +104,16 @@ TEST_P(FieldsFacade, CloseRoutinesForward) {
 
 TEST_P(FieldsFacade, ErrorSetForwards) {
   Support().ClearErrorRecord();
-  try {
-    cn->Execute("SELECT * FROM no_such_table" + suffix);
-  } catch (const com::Error&) {
-    macros->ErrorSet(cn);
-  }
-  EXPECT_EQ(Support().ErrorRecord().description.rfind(Support().ErrorHeading() + "\r\n", 0), 0u);
-  Support().ClearErrorRecord();
+  const com::Error reported = RaisedError([&] {
+    try {
+      cn->Execute("SELECT * FROM no_such_table" + suffix);
+    } catch (...) {
+      macros->ErrorSet(cn);
+      Reraise(ErrorSource("modAdoSupport", "Query"));
+    }
+  });
+  EXPECT_EQ(reported.Description().rfind(Support().ErrorHeading() + "\r\n", 0), 0u);
+  EXPECT_EQ(reported.Source(), "Velmora.modAdoSupport.Query");
 }
 
 // Writes go through an updatable recordset on a keyed table.

@@ -9,6 +9,7 @@
 #include "velmora/com/conversions.hpp"
 #include "velmora/fields/connection_utils.hpp"
 #include "velmora/fields/field_access.hpp"
+#include "velmora/support/reraise.hpp"
 #include "velmora/support/support_object.hpp"
 
 namespace velmora::test {
@@ -276,12 +277,33 @@ TEST_P(ErrorSetting, ConnectionWithoutErrorsLeavesTheRecordUntouched) {
 TEST_P(ErrorSetting, ProviderErrorBecomesTheDescriptionUnderTheHeading) {
   const com::Error raised = FailAndGather("SELECT * FROM no_such_table" + suffix);
   ASSERT_EQ(cn->Errors()->Count(), 1);
-  const PendingError& record = Support().ErrorRecord();
+  const PendingError record = Support().ErrorRecord();  // a copy: raising the record clears it
   EXPECT_EQ(record.description, Support().ErrorHeading() + "\r\n" + Written(*cn->Errors()->Item(0)));
   EXPECT_EQ(record.number, raised.Number());  // the other items are the pending error's
   EXPECT_EQ(record.source, raised.Source());
   const com::Error reported = RaisedError([] { Support().RaiseErrorRecord(); });
   EXPECT_EQ(reported.Description(), record.description);
+}
+
+TEST_P(ErrorSetting, TheHandlersReraiseRaisesTheComposedDescription) {
+  std::string composed;
+  int32_t original = 0;
+  const com::Error reported = RaisedError([&] {
+    try {
+      cn->Execute("SELECT * FROM no_such_table" + suffix);
+    } catch (const com::Error& e) {
+      original = e.Number();
+      ErrorSet(cn);
+      composed = Support().ErrorRecord().description;
+      Reraise(ErrorSource("modAdoSupport", "Query"));
+    }
+  });
+  ASSERT_EQ(cn->Errors()->Count(), 1);
+  EXPECT_EQ(composed, Support().ErrorHeading() + "\r\n" + Written(*cn->Errors()->Item(0)));
+  EXPECT_EQ(reported.Description(), composed);
+  EXPECT_EQ(reported.Number(), original);
+  EXPECT_EQ(reported.Source(), "Velmora.modAdoSupport.Query");
+  EXPECT_EQ(Support().ErrorRecord().description, "");  // used once
 }
 
 TEST_P(ErrorSetting, DoubledLineBreaksAreCollapsedInOnePass) {

@@ -95,6 +95,33 @@ TEST_F(FieldServicesTest, RaiseErrorRecordRaisesTheRecord) {
   EXPECT_EQ(e.Description(), "No such record.");
   EXPECT_EQ(e.HelpFile(), "f.hlp");
   EXPECT_EQ(e.HelpContext(), 3);
+  EXPECT_EQ(Record(), std::make_tuple(0, "", "", "", 0));  // used once
+}
+
+TEST_F(FieldServicesTest, SetErrorTwiceInOneHandlerBuildsOnTheRecord) {
+  try {
+    throw com::Error(3021, "No current record.", "velmora.ado");
+  } catch (...) {
+    Support().SetError(int32_t{20000}, Missing, "first");
+    Support().SetError(Missing, "Velmora.Test.Proc", Missing);
+  }
+  EXPECT_EQ(Record(), std::make_tuple(20000, "Velmora.Test.Proc", "first", "", 0));
+}
+
+TEST_F(FieldServicesTest, TheRecordBelongsToTheExceptionHandledWhenItWasSet) {
+  EXPECT_FALSE(Support().TakeErrorRecordFor(nullptr));
+  try {
+    throw com::Error(1, "one");
+  } catch (...) {
+    const std::exception_ptr handled = std::current_exception();
+    Support().SetError(Missing, Missing, "composed");
+    EXPECT_FALSE(Support().TakeErrorRecordFor(std::make_exception_ptr(com::Error(1, "one"))));
+    EXPECT_FALSE(Support().TakeErrorRecordFor(nullptr));
+    const std::optional<PendingError> taken = Support().TakeErrorRecordFor(handled);
+    ASSERT_TRUE(taken);
+    EXPECT_EQ(taken->description, "composed");
+    EXPECT_FALSE(Support().TakeErrorRecordFor(handled));  // taken once
+  }
 }
 
 TEST_F(FieldServicesTest, NoFieldsCollectionHoldsNothing) {

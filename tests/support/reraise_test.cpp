@@ -189,5 +189,83 @@ TEST(ReraiseNested, ThreeLevelsKeepFirstNumberAndDescriptionAndOutermostSource) 
   EXPECT_EQ(e.Source(), "Velmora.AdoArray.Outermost");
 }
 
+// A handler that composes a better description on the support object before
+// re-raising, as ErrorSet does with a connection's provider errors.
+class ReraiseComposed : public ::testing::Test {
+ protected:
+  void SetUp() override { Support().ClearErrorRecord(); }
+  void TearDown() override { Support().ClearErrorRecord(); }
+};
+
+TEST_F(ReraiseComposed, PassThroughRaisesTheRecordSetInTheHandler) {
+  const auto e = HandledBy(FirstError(), [] {
+    Support().SetError(Missing, Missing, "composed description");
+    Reraise("Velmora.Test.Proc");
+  });
+  EXPECT_EQ(e.Description(), "composed description");
+  EXPECT_EQ(e.Number(), 1234);  // the items not set come from the exception
+  EXPECT_EQ(e.Source(), "Velmora.Test.Proc");
+  EXPECT_EQ(e.HelpFile(), "help.chm");
+  EXPECT_EQ(e.HelpContext(), 77);
+}
+
+TEST_F(ReraiseComposed, CapturingModeRaisesTheRecordSetInTheHandler) {
+  const auto e = HandledBy(com::Error(65535, "odd"), [] {
+    Support().SetError(int32_t{20000}, Missing, "composed description");
+    ReraiseError(Missing, "Velmora.Test.Proc");
+  });
+  EXPECT_EQ(e.Number(), 20000);
+  EXPECT_EQ(e.Description(), "composed description");
+  EXPECT_EQ(e.Source(), "Velmora.Test.Proc");
+}
+
+TEST_F(ReraiseComposed, TheRecordIsClearedOnceRaised) {
+  HandledBy(FirstError(), [] {
+    Support().SetError(Missing, Missing, "composed description");
+    Reraise("Velmora.Test.Proc");
+  });
+  EXPECT_EQ(Support().ErrorRecord().description, "");
+  const auto next = HandledBy(FirstError(), [] { Reraise("Velmora.Test.Proc"); });
+  EXPECT_EQ(next.Description(), "first description");
+}
+
+TEST_F(ReraiseComposed, ARecordSetBeforeTheFailureIsNotItsError) {
+  Support().SetError(int32_t{3}, "stale", "stale description");
+  const auto e = HandledBy(FirstError(), [] { Reraise("Velmora.Test.Proc"); });
+  EXPECT_EQ(e.Number(), 1234);
+  EXPECT_EQ(e.Description(), "first description");
+}
+
+TEST_F(ReraiseComposed, ARecordSetForAnotherFailureIsNotThisOnesError) {
+  const auto e = HandledBy(FirstError(), [] {
+    try {
+      throw com::Error(5, "inner failure, handled");
+    } catch (...) {
+      Support().SetError(Missing, Missing, "composed for the inner failure");
+    }
+    Reraise("Velmora.Test.Proc");
+  });
+  EXPECT_EQ(e.Number(), 1234);
+  EXPECT_EQ(e.Description(), "first description");
+}
+
+TEST_F(ReraiseComposed, TheComposedErrorTravelsThroughOuterHandlers) {
+  const auto e = RaisedError([] {
+    try {
+      try {
+        com::Raise(com::errTypeMismatch, "", "com");
+      } catch (...) {
+        Support().SetError(Missing, Missing, "composed description");
+        Reraise(ErrorSource("modAdoSupport", "Inner"));
+      }
+    } catch (...) {
+      Reraise(ErrorSource("AdoArray", "Outer"));
+    }
+  });
+  EXPECT_EQ(e.Number(), 13);
+  EXPECT_EQ(e.Description(), "composed description");
+  EXPECT_EQ(e.Source(), "Velmora.AdoArray.Outer");
+}
+
 }  // namespace
 }  // namespace velmora

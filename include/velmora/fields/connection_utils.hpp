@@ -19,7 +19,9 @@ namespace velmora {
 // Source + "]", with no separator between errors. The message, under the
 // support object's heading line (pairs of line breaks collapsed), becomes the
 // description of the thread's error record (SupportObject::SetError); the
-// other items are kept. A connection without errors changes nothing.
+// other items are kept. Called in a handler, it sets the pending error: the
+// handler's Reraise then raises the composed description. A connection
+// without errors changes nothing.
 void ErrorSet(const std::shared_ptr<ado::Connection>& cnn) noexcept;
 
 // True when the bookmark can be set on the recordset, which then stands on

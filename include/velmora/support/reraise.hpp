@@ -20,7 +20,13 @@
 //    gives its error code as LastDllError;
 //  - anything else gives -2147467259 "Unspecified error";
 //  - with no exception pending everything is 0 or empty.
+//
+// A handler may compose a better description before re-raising: when the
+// support object's error record (SupportObject::SetError, which ErrorSet
+// uses) was set while the exception being handled was pending, that record
+// is the pending error instead, and it is cleared once read.
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <string_view>
 
@@ -46,7 +52,12 @@ struct PendingError {
   int32_t helpContext = 0;
   int32_t lastDllError = 0;
 };
-// The pending error (the exception being handled), as described above.
+// The error an exception carries, read as described above (the support
+// object's error record is not consulted).
+PendingError ExceptionError(const std::exception_ptr& exception);
+// The pending error: the support object's error record when it was set while
+// the exception being handled was pending (the record is then cleared),
+// otherwise ExceptionError of the exception being handled.
 PendingError CurrentError();
 
 // Raises the pending error again (module TarnExtra).
