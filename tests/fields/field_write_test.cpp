@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "ado/engine_fixture.hpp"
 #include "support/raised_error.hpp"
@@ -46,9 +47,15 @@ class FieldWriting : public EngineTest {
 };
 
 TEST_P(FieldWriting, NullIsStoredWhateverTheColumnAndDefaultToNull) {
-  for (const char* name : {"s", "d", "n", "b", "t", "bin"}) {
-    FieldValueSet2(F(name), com::Null, false, false);
-    EXPECT_TRUE(Stored(name).IsNull()) << name;
+  const std::pair<const char*, Variant> notNull[] = {{"s", "x"}, {"d", "2009-12-31"}, {"n", int32_t{1}},
+                                                     {"b", true}, {"t", "x"},         {"bin", "x"}};
+  for (const bool defaultToNull : {false, true}) {
+    for (const auto& [name, value] : notNull) {
+      FieldValueSet2(F(name), value, false, false);
+      ASSERT_FALSE(Stored(name).IsNull()) << name;
+      FieldValueSet2(F(name), com::Null, false, defaultToNull);
+      EXPECT_TRUE(Stored(name).IsNull()) << name << " DefaultToNull " << defaultToNull;
+    }
   }
 }
 
