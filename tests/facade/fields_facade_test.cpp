@@ -156,10 +156,21 @@ TEST_P(FieldsFacadeWrite, FieldValueSetPassesDefaultAnsiBlob) {
   EXPECT_EQ(Stored("bin").Get<com::ByteArray>(), (com::ByteArray{0xE9, 0x00}));
 }
 
+TEST_P(FieldsFacadeWrite, FieldValueSet2PassesDefaultAnsiBlob) {
+  macros.DefaultAnsiBlob(true);
+  macros.FieldValueSet2(rs->Fields()->Item("bin"), "é", true);
+  EXPECT_EQ(Stored("bin").Get<com::ByteArray>(), (com::ByteArray{0xE9}));
+  macros.DefaultAnsiBlob(false);
+  macros.FieldValueSet2(rs->Fields()->Item("bin"), "é");
+  EXPECT_EQ(Stored("bin").Get<com::ByteArray>(), (com::ByteArray{0xE9, 0x00}));
+}
+
 TEST_P(FieldsFacadeWrite, StringToBlobDefaultsToAnsiAndFieldWriteNeverUsesIt) {
   macros.StringToBlob(rs->Fields()->Item("bin"), "é");
   EXPECT_EQ(Stored("bin").Get<com::ByteArray>(), (com::ByteArray{0xE9}));
   macros.DefaultAnsiBlob(true);
+  macros.StringToBlob(rs->Fields()->Item("bin"), "é", false);  // its own argument, not DefaultAnsiBlob
+  EXPECT_EQ(Stored("bin").Get<com::ByteArray>(), (com::ByteArray{0xE9, 0x00}));
   macros.FieldWrite(rs->Fields(), "bin", "é");
   EXPECT_EQ(Stored("bin").Get<com::ByteArray>(), (com::ByteArray{0xE9, 0x00}));
   macros.FieldWrite(rs->Fields(), "missing", "é");  // tolerated by default
