@@ -66,7 +66,8 @@ PendingError ExceptionError(const std::exception_ptr& exception) {
 
 PendingError CurrentError() {
   const std::exception_ptr pending = std::current_exception();
-  if (std::optional<PendingError> composed = Support().TakeErrorRecordFor(pending)) return *std::move(composed);
+  if (std::optional<PendingError> composed = Support().TakeErrorRecordFor(pending))
+    return *std::move(composed);
   return ExceptionError(pending);
 }
 

@@ -47,8 +47,8 @@ class FieldWriting : public EngineTest {
 };
 
 TEST_P(FieldWriting, NullIsStoredWhateverTheColumnAndDefaultToNull) {
-  const std::pair<const char*, Variant> notNull[] = {{"s", "x"}, {"d", "2009-12-31"}, {"n", int32_t{1}},
-                                                     {"b", true}, {"t", "x"},         {"bin", "x"}};
+  const std::pair<const char*, Variant> notNull[] = {{"s", "x"},  {"d", "2009-12-31"}, {"n", int32_t{1}},
+                                                     {"b", true}, {"t", "x"},          {"bin", "x"}};
   for (const bool defaultToNull : {false, true}) {
     for (const auto& [name, value] : notNull) {
       FieldValueSet2(F(name), value, false, false);
