@@ -4,7 +4,6 @@
 
 #include "collections/guarded.hpp"
 #include "collections/id_index.hpp"
-#include "collections/key_order.hpp"
 #include "collections/position_tree.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/support/keyid_services.hpp"
@@ -12,7 +11,6 @@
 namespace velmora {
 namespace {
 
-using collections::CompareKeys;
 using collections::Guarded;
 using collections::kNoNode;
 using collections::NodeRef;
@@ -110,7 +108,7 @@ struct AdoKeySet::Impl {
   }
 
   bool OutOfOrder(NodeRef a, NodeRef b) const {
-    return a != kNoNode && b != kNoNode && CompareKeys(tree.Key(a), tree.Key(b)) > 0;
+    return a != kNoNode && b != kNoNode && tree.Key(a) > tree.Key(b);
   }
 
   NodeRef Insert(NodeRef before, const std::string& key, int32_t id) {
@@ -187,7 +185,7 @@ int32_t AdoKeySet::Impl::LocateByProbes(const std::string& key, FindMethodEnum m
   while (lo <= hi) {
     pos = lo + (hi - lo) / 2;
     node = tree.At(pos);
-    const int comparison = CompareKeys(tree.Key(node), key);
+    const int comparison = tree.Key(node).compare(key);
     if (comparison < 0) {
       lo = pos + 1;
     } else if (comparison > 0) {
@@ -201,12 +199,12 @@ int32_t AdoKeySet::Impl::LocateByProbes(const std::string& key, FindMethodEnum m
   auto stepRight = [&] { ++pos; node = tree.Next(node); };
   auto walkLessThan = [&] {
     if (pos < count) stepRight();
-    while (pos >= 1 && CompareKeys(tree.Key(node), key) >= 0) stepLeft();
+    while (pos >= 1 && tree.Key(node).compare(key) >= 0) stepLeft();
     return pos;
   };
   auto walkGreaterThan = [&] {
     if (pos > 1) stepLeft();
-    while (CompareKeys(tree.Key(node), key) <= 0) {
+    while (tree.Key(node).compare(key) <= 0) {
       stepRight();
       if (pos > count) return 0;
     }

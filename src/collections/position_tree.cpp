@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "collections/key_order.hpp"
-
 namespace velmora::collections {
 
 PositionTree::PositionTree() { nodes_.emplace_back(); }
@@ -177,7 +175,7 @@ NodeRef PositionTree::Bound(std::string_view key, bool strict, int32_t& position
   int32_t before = 0;  // entries known to lie before the current subtree
   position = Size() + 1;
   for (NodeRef n = root_; n != kNoNode;) {
-    const int comparison = CompareKeys(nodes_[n].key, key);
+    const int comparison = std::string_view(nodes_[n].key).compare(key);
     if (strict ? comparison > 0 : comparison >= 0) {
       found = n;
       position = before + Count(Left(n)) + 1;

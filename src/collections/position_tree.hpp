@@ -38,7 +38,7 @@ class PositionTree {
   NodeRef InsertBefore(NodeRef before, std::string key, int32_t id);
   void Erase(NodeRef node);
 
-  // For a sequence in ascending key order (CompareKeys): the first node whose key is
+  // For a sequence in ascending key order: the first node whose key is
   // >= `key` (or > `key` when `strict`), and its position; kNoNode and
   // Size() + 1 when there is none.
   NodeRef Bound(std::string_view key, bool strict, int32_t& position) const noexcept;

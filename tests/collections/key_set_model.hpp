@@ -126,11 +126,6 @@ class KeySetModel {
   // moving the cursor.
   std::string BookmarkAtPosition(int32_t position) const { return BookmarkAt(position); }
   const std::string& KeyAtPosition(int32_t position) const { return keys_.at(position - 1); }
-  // Binary comparison of two keys: their UTF-16 code units, one by one.
-  static int Compare(const std::string& a, const std::string& b) {
-    const std::u16string ua = Utf16(a), ub = Utf16(b);
-    return ua < ub ? -1 : ub < ua ? 1 : 0;
-  }
   void Clear() {
     keys_.clear();
     ids_.clear();
@@ -161,7 +156,7 @@ class KeySetModel {
   }
 
   int32_t Count() const { return static_cast<int32_t>(keys_.size()); }
-  int Cmp(int32_t pos, const std::string& key) const { return Compare(keys_[pos - 1], key); }
+  int Cmp(int32_t pos, const std::string& key) const { return keys_[pos - 1].compare(key); }
 
   int32_t Walk(const std::string& key, FindMethodEnum method, int32_t pos, bool found) const {
     const int32_t count = Count();
@@ -213,25 +208,6 @@ class KeySetModel {
       }
       return false;
     });
-  }
-
-  // The UTF-16 form of well-formed UTF-8 text.
-  static std::u16string Utf16(const std::string& text) {
-    std::u16string units;
-    for (size_t i = 0; i < text.size();) {
-      const auto lead = static_cast<unsigned char>(text[i]);
-      const int length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-      char32_t c = length == 1 ? lead : lead & (0x7F >> length);
-      for (int k = 1; k < length; ++k) c = (c << 6) | (static_cast<unsigned char>(text[i + k]) & 0x3F);
-      if (c > 0xFFFF) {
-        units += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
-        units += static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
-      } else {
-        units += static_cast<char16_t>(c);
-      }
-      i += static_cast<size_t>(length);
-    }
-    return units;
   }
 
   std::string BookmarkAt(int32_t position) const { return Mid(ids_, (position - 1) * 4 + 1, 4); }

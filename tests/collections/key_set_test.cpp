@@ -52,17 +52,6 @@ TEST(KeySet, FindMethodsOnDuplicateKeys) {
   EXPECT_EQ(set->Find("A", FIND_LT), 0);  // capitals sort before small letters
 }
 
-TEST(KeySet, KeysCompareByTheirUtf16CodeUnits) {
-  const std::string replacement = "\xEF\xBF\xBD";  // U+FFFD, the single unit 0xFFFD
-  const std::string smiley = "\xF0\x9F\x98\x80";   // U+1F600, the units 0xD83D 0xDE00
-  auto set = SetOf({replacement, "z", smiley});
-  std::vector<std::string> seen;
-  for (set->MoveFirst(); !set->IsEOF(); set->MoveNext()) seen.push_back(set->Key());
-  EXPECT_EQ(seen, (std::vector<std::string>{"z", smiley, replacement}));
-  EXPECT_EQ(set->Find(replacement, FIND_LT), 2);
-  EXPECT_EQ(set->Find(smiley, FIND_GT), 3);
-}
-
 TEST(KeySet, FindWithAnUnknownMethodActsAsEqual) {
   auto set = SetOf({"a", "b", "b", "c"});
   EXPECT_EQ(set->Find("b", static_cast<FindMethodEnum>(7)), 2);

@@ -1,8 +1,7 @@
 #pragma once
 // AdoKeySet: an in-memory list of string keys, each tied to a caller-chosen
 // 32-bit key id, with a recordset-like cursor. AddNew keeps the keys in
-// ascending binary order, code unit by code unit of their UTF-16 form, case
-// sensitive (a new key goes ahead of equal keys); Append adds
+// ascending binary order (a new key goes ahead of equal keys); Append adds
 // at the end without any check. A record is addressed by its bookmark, the
 // 4-character form of its key id (SupportObject::EncodeKeyId); positions are
 // 1-based. Two records given the same key id share a bookmark, which then
