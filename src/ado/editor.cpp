@@ -102,38 +102,77 @@ RecordEditor::RecordEditor(Cursor& cursor, std::shared_ptr<Session> session, int
 
 RecordEditor::~RecordEditor() { Discard(); }
 
-void RecordEditor::ResolveBaseTable() {
+std::optional<TableRef> RecordEditor::SingleBaseTable(std::string& problem) const {
   std::set<std::tuple<std::string, std::string, std::string>> tables;
   for (const ColumnInfo& c : columns_) {
     if (c.baseTable.empty() || c.baseColumn.empty()) {
-      readOnlyReason_ = "the statement cannot be updated: column '" + c.name +
-                        "' is an expression, not a column of a table; the recordset was opened read-only";
-      return;
+      problem = "the statement cannot be updated: column '" + c.name +
+                "' is an expression, not a column of a table; the recordset was opened read-only";
+      return std::nullopt;
     }
     tables.emplace(c.baseCatalog, c.baseSchema, c.baseTable);
   }
   if (tables.size() != 1) {
-    readOnlyReason_ = "the statement cannot be updated: it reads more than one table (a join); the recordset "
-                      "was opened read-only";
-    return;
+    problem = "the statement cannot be updated: it reads more than one table (a join); the recordset was opened "
+              "read-only";
+    return std::nullopt;
   }
+  return TableRef{columns_.front().baseCatalog, columns_.front().baseSchema, columns_.front().baseTable};
+}
+
+// Positions of the key's columns in the result; empty when one is missing
+// (then rows are found by their values).
+std::vector<int> RecordEditor::KeyOrdinals(const TableKey& key) const {
+  std::vector<int> ordinals;
+  for (const std::string& keyColumn : key.columns) {
+    const auto it = std::find_if(columns_.begin(), columns_.end(),
+                                 [&](const ColumnInfo& c) { return SameName(c.baseColumn, keyColumn); });
+    if (it == columns_.end()) return {};
+    ordinals.push_back(static_cast<int>(it - columns_.begin()));
+  }
+  return ordinals;
+}
+
+// Key columns carry adFldKeyColumn; columns the table declares NOT NULL lose
+// the nullable bits (the SQLite driver reports every column nullable).
+void RecordEditor::MarkFromCatalogue(const TableKey& key) {
+  for (int k : KeyOrdinals(key)) columns_[static_cast<size_t>(k)].attributes |= adFldKeyColumn;
+  for (ColumnInfo& c : columns_) {
+    const bool notNull = std::any_of(key.notNull.begin(), key.notNull.end(),
+                                     [&](const std::string& n) { return SameName(n, c.baseColumn); });
+    if (notNull) c.attributes &= ~(adFldIsNullable | adFldMayBeNull);
+  }
+  catalogued_ = true;
+}
+
+void RecordEditor::ResolveBaseTable() {
+  const std::optional<TableRef> ref = SingleBaseTable(readOnlyReason_);
+  if (!ref) return;
   BaseTable t;
-  t.ref = TableRef{columns_.front().baseCatalog, columns_.front().baseSchema, columns_.front().baseTable};
+  t.ref = *ref;
   for (size_t i = 0; i < columns_.size(); ++i) {
     t.ordinals.push_back(static_cast<int>(i));
     t.names.push_back(columns_[i].baseColumn);
   }
-  for (const std::string& keyColumn : FindTableKey(*session_, t.ref).columns) {
-    const auto it = std::find_if(t.names.begin(), t.names.end(),
-                                 [&](const std::string& n) { return SameName(n, keyColumn); });
-    if (it == t.names.end()) {
-      t.keyOrdinals.clear();  // the key is not in the result: rows are found by their values
-      break;
-    }
-    t.keyOrdinals.push_back(static_cast<int>(it - t.names.begin()));
-  }
-  for (int k : t.keyOrdinals) columns_[static_cast<size_t>(k)].attributes |= adFldKeyColumn;
+  const TableKey& key = FindTableKey(*session_, t.ref);
+  t.keyOrdinals = KeyOrdinals(key);
+  MarkFromCatalogue(key);
   table_ = std::move(t);
+}
+
+// A read-only result consults the catalogue only when its attributes are
+// read, so that opening it costs no catalogue queries.
+int32_t RecordEditor::Attributes(int ordinal) {
+  if (!catalogued_ && !InMemory()) {
+    std::string problem;
+    try {
+      if (const std::optional<TableRef> ref = SingleBaseTable(problem)) MarkFromCatalogue(FindTableKey(*session_, *ref));
+    } catch (const com::Error&) {
+      // The catalogue cannot be read now (the connection's transaction
+      // failed, say): the driver's description stands until a later read.
+    }
+  }
+  return columns_[static_cast<size_t>(ordinal)].attributes;
 }
 
 int32_t RecordEditor::EditMode() const noexcept {

@@ -28,6 +28,9 @@ class RecordEditor {
 
   const std::vector<ColumnInfo>& Columns() const noexcept { return columns_; }
   int32_t EditMode() const noexcept;
+  // The column's attributes, with what the table's catalogue adds (key
+  // columns, NOT NULL) when the result reads one table.
+  int32_t Attributes(int ordinal);
 
   void SetValue(int ordinal, const com::Variant& value);
   void AppendChunk(int ordinal, const com::Variant& chunk);
@@ -53,6 +56,9 @@ class RecordEditor {
     std::vector<bool> changed;
   };
 
+  std::optional<TableRef> SingleBaseTable(std::string& problem) const;
+  std::vector<int> KeyOrdinals(const TableKey& key) const;
+  void MarkFromCatalogue(const TableKey& key);
   void ResolveBaseTable();
   void RequireWritable() const;
   void BeginEdit();
@@ -68,6 +74,7 @@ class RecordEditor {
   std::vector<ColumnInfo> columns_;
   std::optional<BaseTable> table_;
   std::string readOnlyReason_;
+  bool catalogued_ = false;  // the catalogue's attributes are applied
 
   Mode mode_ = Mode::None;
   bool addSaved_ = false;  // a fabricated row added and saved stays in add mode until the cursor moves

@@ -116,7 +116,10 @@ void Field::NumericScale(uint8_t value) {
 
 std::string Field::Name() const { return Info().name; }
 int32_t Field::Type() const { return Info().type; }
-int32_t Field::Attributes() const { return Info().attributes; }
+int32_t Field::Attributes() const {
+  if (editor_) return editor_->Attributes(ordinal_);
+  return Info().attributes;
+}
 int32_t Field::DefinedSize() const { return Info().definedSize; }
 uint8_t Field::Precision() const { return Info().precision; }
 uint8_t Field::NumericScale() const { return Info().scale; }

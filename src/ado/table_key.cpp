@@ -33,11 +33,21 @@ std::vector<std::string> Ordered(const std::map<int64_t, std::string>& columns) 
   return out;
 }
 
-TableKey Discover(Session& s, const TableRef& t) {
-  const std::vector<std::optional<std::string>> where{Given(t.catalog), Given(t.schema), t.name};
+// SQLColumns: COLUMN_NAME (4), NULLABLE (11) is SQL_NO_NULLS (0) for NOT NULL.
+std::vector<std::string> NotNullColumns(Session& s, const std::vector<std::optional<std::string>>& where) {
+  std::vector<std::optional<std::string>> columnsOf = where;
+  columnsOf.emplace_back(std::nullopt);
+  std::vector<std::string> out;
+  for (const Row& r : ReadAll(*s.Catalog(CatalogCall::Columns, columnsOf))) {
+    if (r.size() >= 11 && !r[10].IsNull() && IntAt(r, 11) == 0) out.push_back(TextAt(r, 4));
+  }
+  return out;
+}
+
+TableKey DiscoverKey(Session& s, const std::vector<std::optional<std::string>>& where) {
   std::map<int64_t, std::string> primary;
   for (const Row& r : ReadAll(*s.Catalog(CatalogCall::PrimaryKeys, where))) primary[IntAt(r, 5)] = TextAt(r, 4);
-  if (!primary.empty()) return TableKey{Ordered(primary)};
+  if (!primary.empty()) return TableKey{Ordered(primary), {}};
   // SQLStatistics: NON_UNIQUE (4) is 0 for unique indexes; INDEX_NAME (6),
   // ORDINAL_POSITION (8), COLUMN_NAME (9); TYPE (7) 0 is the statistics row.
   std::map<std::string, std::map<int64_t, std::string>> unique;
@@ -46,7 +56,14 @@ TableKey Discover(Session& s, const TableRef& t) {
     unique[TextAt(r, 6)][IntAt(r, 8)] = TextAt(r, 9);
   }
   if (unique.empty()) return TableKey{};
-  return TableKey{Ordered(unique.begin()->second)};
+  return TableKey{Ordered(unique.begin()->second), {}};
+}
+
+TableKey Discover(Session& s, const TableRef& t) {
+  const std::vector<std::optional<std::string>> where{Given(t.catalog), Given(t.schema), t.name};
+  TableKey found = DiscoverKey(s, where);
+  if (s.EngineKind() == Engine::SQLite) found.notNull = NotNullColumns(s, where);
+  return found;
 }
 
 }  // namespace

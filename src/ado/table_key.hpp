@@ -17,6 +17,9 @@ struct TableRef {
 
 struct TableKey {
   std::vector<std::string> columns;  // base column names; empty: no key
+  // Columns declared NOT NULL, where the driver's result description does
+  // not tell (SQLite); empty elsewhere.
+  std::vector<std::string> notNull;
 };
 
 struct Session::TableKeyCache {
@@ -24,6 +27,7 @@ struct Session::TableKeyCache {
 };
 
 // The key of `table`, looked up in the engine's catalogue once per session.
+// Statements that change definitions (CREATE, ALTER, DROP) empty the cache.
 const TableKey& FindTableKey(Session& session, const TableRef& table);
 
 }  // namespace velmora::ado::detail

@@ -22,6 +22,101 @@ int32_t NumberOf(const std::function<void()>& f) {
   return 0;
 }
 
+// An open, empty fabricated recordset with one Long field "field".
+std::shared_ptr<Recordset> Fabricated() {
+  auto rs = std::make_shared<Recordset>();
+  rs->Fields()->Append("field", ado::adInteger, 4);
+  rs->Open();
+  return rs;
+}
+
+TEST(ObjectModelFacts, NewRecordsetDefaults) {
+  Recordset rs;
+  EXPECT_EQ(rs.State(), ado::adStateClosed);
+  EXPECT_EQ(rs.CursorLocation(), ado::adUseServer);
+  EXPECT_EQ(rs.CursorType(), ado::adOpenForwardOnly);
+  EXPECT_EQ(rs.LockType(), ado::adLockReadOnly);
+  EXPECT_EQ(rs.CacheSize(), 1);
+  rs.CacheSize(5);
+  EXPECT_EQ(rs.CacheSize(), 5);
+  EXPECT_EQ(rs.Fields()->Count(), 0);
+}
+
+TEST(ObjectModelFacts, ClosedRecordsetRaisesObjectClosed) {
+  Recordset rs;
+  EXPECT_EQ(NumberOf([&] { rs.Close(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(NumberOf([&] { rs.EditMode(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(NumberOf([&] { rs.Bookmark(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(NumberOf([&] { rs.Bookmark(com::Variant(1.0)); }), ado::adErrObjectClosed);
+  EXPECT_EQ(NumberOf([&] { rs.AddNew(); }), ado::adErrObjectClosed);
+  auto open = Fabricated();
+  open->Close();
+  EXPECT_EQ(NumberOf([&] { open->Close(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(NumberOf([&] { open->AddNew(); }), ado::adErrObjectClosed);
+}
+
+TEST(ObjectModelFacts, OpenWithoutACurrentRecord) {
+  auto rs = Fabricated();
+  EXPECT_EQ(NumberOf([&] { rs->EditMode(); }), ado::adErrNoCurrentRecord);
+  EXPECT_EQ(NumberOf([&] { rs->Bookmark(); }), ado::adErrNoCurrentRecord);
+  EXPECT_EQ(NumberOf([&] { rs->Bookmark(com::Variant()); }), ado::adErrInvalidArgument);
+  EXPECT_EQ(NumberOf([&] { rs->Open(); }), ado::adErrObjectOpen);
+}
+
+TEST(ObjectModelFacts, FieldsItemTakesAnyNumberAsAnIndex) {
+  auto rs = Fabricated();
+  auto fields = rs->Fields();
+  const ado::FieldPtr first = fields->Item(com::Variant("field"));
+  EXPECT_EQ(fields->Item(com::Variant(int32_t{0})), first);
+  EXPECT_EQ(fields->Item(com::Variant(int16_t{0})), first);
+  EXPECT_EQ(fields->Item(com::Variant(uint8_t{0})), first);
+  EXPECT_EQ(fields->Item(com::Variant(0.1)), first);
+  EXPECT_EQ(fields->Item(com::Variant("FIELD")), first);
+  EXPECT_EQ(NumberOf([&] { fields->Item(com::Variant(int32_t{1000})); }), ado::adErrItemNotFound);
+  EXPECT_EQ(NumberOf([&] { fields->Item(com::Variant(int32_t{-1})); }), ado::adErrItemNotFound);
+  EXPECT_EQ(NumberOf([&] { fields->Item(com::Variant("nothing")); }), ado::adErrItemNotFound);
+  EXPECT_EQ(NumberOf([&] { fields->Item(com::Variant()); }), ado::adErrItemNotFound);
+  EXPECT_EQ(NumberOf([&] { fields->Item(com::Null); }), ado::adErrItemNotFound);
+  EXPECT_EQ(rs->Fields(), fields);  // always the same collection
+}
+
+TEST(ObjectModelFacts, AppendedFieldsDescribeThemselves) {
+  Recordset rs;
+  rs.Fields()->Append("a", ado::adInteger, 4);
+  rs.Fields()->Append("b", ado::adVarWChar, 10);
+  EXPECT_EQ(rs.Fields()->Count(), 2);
+  auto a = rs.Fields()->Item(com::Variant("a"));
+  EXPECT_EQ(a->Name(), "a");
+  EXPECT_EQ(a->Type(), ado::adInteger);
+  EXPECT_EQ(a->DefinedSize(), 4);
+  EXPECT_EQ(a->Attributes(), 0);
+  EXPECT_EQ(a->Precision(), 0);
+  EXPECT_EQ(a->NumericScale(), 0);
+  a->Precision(7);
+  a->NumericScale(12);
+  EXPECT_EQ(a->Precision(), 7);
+  EXPECT_EQ(a->NumericScale(), 12);
+  rs.Open();
+  EXPECT_EQ(rs.Fields()->Item(com::Variant("a")), a);
+  EXPECT_EQ(a->Precision(), 7);
+}
+
+TEST(ObjectModelFacts, NewConnectionDefaults) {
+  ado::Connection cn;
+  EXPECT_EQ(cn.State(), ado::adStateClosed);
+  EXPECT_EQ(cn.CommandTimeout(), 30);
+  cn.CommandTimeout(300);
+  EXPECT_EQ(cn.CommandTimeout(), 300);
+  EXPECT_EQ(cn.CursorLocation(), ado::adUseServer);
+  EXPECT_EQ(cn.Provider(), "MSDASQL");
+  EXPECT_TRUE(cn.ConnectionString().IsNull());
+  EXPECT_FALSE(cn.Version().empty());
+  EXPECT_EQ(NumberOf([&] { cn.Close(); }), ado::adErrObjectClosed);
+  cn.ConnectionString("Provider=MSDASQL.1;Extended Properties=\"DRIVER=SQLite3\"");
+  EXPECT_EQ(cn.ConnectionString().Get<std::string>(), "Provider=MSDASQL.1;Extended Properties=\"DRIVER=SQLite3\"");
+  EXPECT_EQ(cn.Provider(), "MSDASQL.1");
+}
+
 TEST(Fabricated, OpenNeedsAppendedFields) {
   auto rs = std::make_shared<Recordset>();
   EXPECT_EQ(NumberOf([&] { rs->Open(); }), ado::adErrInvalidConnection);

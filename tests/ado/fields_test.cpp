@@ -75,6 +75,35 @@ TEST_P(FieldsTest, TypesSizesAndAttributes) {
   EXPECT_EQ(F(rs, "name")->NumericScale(), 255);
 }
 
+// Nullability and key columns come from the table's catalogue (the SQLite
+// driver describes every column as nullable), whatever the lock type.
+TEST_P(FieldsTest, NotNullAndKeyColumnsFollowTheTable) {
+  const std::string t = Typed();
+  for (int32_t lock : {ado::adLockReadOnly, ado::adLockOptimistic}) {
+    auto rs = std::make_shared<ado::Recordset>();
+    rs->Open(com::Variant("SELECT name, id FROM " + t), com::Variant(cn), ado::adOpenForwardOnly, lock,
+             ado::adCmdText);
+    const int32_t id = F(rs, "id")->Attributes();
+    const int32_t name = F(rs, "name")->Attributes();
+    EXPECT_FALSE(id & (ado::adFldIsNullable | ado::adFldMayBeNull)) << lock;
+    EXPECT_TRUE(id & ado::adFldKeyColumn) << lock;
+    EXPECT_EQ(name & (ado::adFldIsNullable | ado::adFldMayBeNull), ado::adFldIsNullable | ado::adFldMayBeNull);
+    EXPECT_FALSE(name & ado::adFldKeyColumn) << lock;
+  }
+  // A table made again under the same name is looked up again.
+  cn->Execute("DROP TABLE " + t);
+  cn->Execute("CREATE TABLE " + t + " (id INTEGER, name VARCHAR(20) NOT NULL, CONSTRAINT pk_" + t +
+              " PRIMARY KEY (name))");
+  auto rs = Open("SELECT id, name FROM " + t);
+  EXPECT_TRUE(F(rs, "id")->Attributes() & ado::adFldIsNullable);
+  EXPECT_FALSE(F(rs, "id")->Attributes() & ado::adFldKeyColumn);
+  EXPECT_FALSE(F(rs, "name")->Attributes() & ado::adFldIsNullable);
+  EXPECT_TRUE(F(rs, "name")->Attributes() & ado::adFldKeyColumn);
+  // An expression has no table to ask.
+  auto counted = Open("SELECT COUNT(*) AS n FROM " + t);
+  EXPECT_FALSE(F(counted, "n")->Attributes() & ado::adFldKeyColumn);
+}
+
 TEST_P(FieldsTest, FieldsByNameWithoutCaseAndByPosition) {
   auto rs = Open("SELECT id, name FROM " + Typed());
   auto fields = rs->Fields();

@@ -20,7 +20,12 @@ TEST(StreamingRules, PlainQueriesAreSingleReadingStatements) {
   EXPECT_TRUE(IsPlainQuery("WITH g(n) AS (SELECT 1) SELECT n FROM g"));
   EXPECT_TRUE(IsPlainQuery("VALUES (1), (2)"));
   EXPECT_TRUE(IsPlainQuery("SELECT 'returning; delete' AS [returning x]"));
+  EXPECT_TRUE(IsPlainQuery("SELECT a FROM t FOR UPDATE NOWAIT"));
+  EXPECT_TRUE(IsPlainQuery("SELECT \"update\", [delete] FROM t"));
   EXPECT_FALSE(IsPlainQuery("WITH g(n) AS (SELECT 1) INSERT INTO t SELECT n FROM g RETURNING n"));
+  EXPECT_FALSE(IsPlainQuery("WITH g(n) AS (SELECT 1) INSERT INTO t SELECT n FROM g"));
+  EXPECT_FALSE(IsPlainQuery("WITH d AS (DELETE FROM t RETURNING a) SELECT a FROM d"));
+  EXPECT_FALSE(IsPlainQuery("with g as (select 1) update t set a = 1"));
   EXPECT_FALSE(IsPlainQuery("INSERT INTO t VALUES (1)"));
   EXPECT_FALSE(IsPlainQuery("PRAGMA table_info(t)"));
   EXPECT_FALSE(IsPlainQuery("SELECT 1; DELETE FROM t"));
@@ -120,6 +125,49 @@ TEST_P(StreamingTest, MoveFirstAfterASettledWalkRunsTheStatementAgain) {
   EXPECT_EQ(WalkFrom(rs, 1), 600);
 }
 
+// A WITH that writes is not a query: the SQLite driver would not run it
+// until a fetch, and a server cursor cannot be declared over it.
+TEST_P(StreamingTest, StatementsThatStartWithWithAndWriteRunAtOnce) {
+  const std::string t = Table("filled", "n INTEGER");
+  com::Variant affected;
+  cn->Execute("WITH RECURSIVE g(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM g WHERE n < 1000) INSERT INTO " + t +
+                  " SELECT n FROM g",
+              affected);
+  EXPECT_EQ(Scalar("SELECT COUNT(*) FROM " + t), 1000);
+  cn->Execute("WITH old AS (SELECT n FROM " + t + " WHERE n > 10) DELETE FROM " + t + " WHERE n IN (SELECT n FROM old)",
+              affected);
+  EXPECT_EQ(affected.Get<int32_t>(), 990);
+  cn->Execute("WITH one AS (SELECT 1 AS n) UPDATE " + t + " SET n = n + 100 WHERE n IN (SELECT n FROM one)");
+  EXPECT_EQ(Scalar("SELECT MAX(n) FROM " + t), 101);
+  // A query with FOR UPDATE still reads.
+  auto rs = cn->Execute("WITH x AS (SELECT n FROM " + t + ") SELECT n FROM " + t + " ORDER BY n" +
+                        (IsPg() ? " FOR UPDATE" : ""));
+  EXPECT_EQ(rs->Fields()->Item(com::Variant("n"))->Value().Get<int32_t>(), 2);
+}
+
+// A walk that is open while the connection begins and ends a transaction
+// reads every row of its result (more rows than one block of the server's
+// cursor, so that the walk fetches again after the commit).
+TEST_P(StreamingTest, AWalkOpenAcrossATransactionReadsItsWholeResult) {
+  const std::string t = Numbers(5000);
+  auto rs = Open("SELECT k FROM " + t + " ORDER BY k");
+  rs->MoveNext();
+  cn->BeginTrans();
+  cn->Execute("DELETE FROM " + t + " WHERE k > 3000");
+  cn->CommitTrans();
+  EXPECT_EQ(WalkFrom(rs, 2), 4999);
+  cn->BeginTrans();
+  auto inside = Open("SELECT k FROM " + t + " ORDER BY k");
+  inside->MoveNext();
+  cn->RollbackTrans();
+  EXPECT_EQ(WalkFrom(inside, 2), 2999);
+  auto executed = cn->Execute("SELECT k FROM " + t + " ORDER BY k");
+  cn->BeginTrans();
+  cn->Execute("UPDATE " + t + " SET name = 'x' WHERE k = 1");
+  cn->CommitTrans();
+  EXPECT_EQ(WalkFrom(executed, 1), 3000);
+}
+
 INSTANTIATE_TEST_SUITE_P(Engines, StreamingTest, ::testing::Values(TestEngine::SQLite, TestEngine::PostgreSQL),
                          EngineName);
 
@@ -139,14 +187,6 @@ TEST_P(SqliteStreamingTest, ATransactionBegunDuringAWalkLeavesItWhole) {
   cn->Execute("DELETE FROM " + t + " WHERE k > 100");
   cn->RollbackTrans();
   EXPECT_EQ(WalkFrom(inside, 1), 300);
-}
-
-// The driver would not run a statement it takes for a query until a fetch.
-TEST_P(SqliteStreamingTest, StatementsThatStartWithWithRunAtOnce) {
-  const std::string t = Table("filled", "n INTEGER");
-  cn->Execute("WITH RECURSIVE g(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM g WHERE n < 1000) INSERT INTO " + t +
-              " SELECT n FROM g");
-  EXPECT_EQ(Scalar("SELECT COUNT(*) FROM " + t), 1000);
 }
 
 // Columns without a declared type (expressions, untyped table columns) are

@@ -207,16 +207,16 @@ void OdbcResult::EndOfRows() {
   streaming_ = false;
 }
 
-// Reads the rest of the stream row by row, so that the rows read before an
-// error are kept; the error is raised by the Fetch that reaches it.
+// Reads the rest of the result, so that the rows read before an error are
+// kept; the error is raised by the Fetch that reaches it.
 void OdbcResult::Settle() {
   settled_ = true;
   while (!done_) {
     const size_t first = settledRows_.size();
-    settledRows_.resize(first + 1);
+    settledRows_.resize(first + arraySize_);
     size_t n = 0;
     try {
-      n = FetchSingle(settledRows_, first, 1);
+      n = options_.blockReads ? FetchBlock(settledRows_, first, arraySize_) : FetchSingle(settledRows_, first, 1);
     } catch (...) {
       settledError_ = std::current_exception();
     }

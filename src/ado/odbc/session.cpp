@@ -9,6 +9,7 @@
 #include "ado/odbc/stream_slot.hpp"
 #include "ado/table_key.hpp"
 #include "ado/values.hpp"
+#include "velmora/com/conversions.hpp"
 
 namespace velmora::ado::detail {
 
@@ -90,6 +91,18 @@ bool EveryColumnDeclared(SQLHSTMT prepared) {
     if (varchar && size == kUndeclaredSize && std::strcmp(typeName, "varchar") == 0) return false;
   }
   return true;
+}
+
+// psqlODBC (with UseDeclareFetch) runs a statement whose first word is
+// SELECT or WITH as a cursor declaration, which the server refuses for one
+// that writes (WITH ... INSERT, ... RETURNING). It classifies a statement by
+// its first word: one that starts with a comment runs as it is.
+constexpr char kNotACursor[] = "/* */ ";
+
+// CREATE, ALTER and DROP may change what the catalogue says of a table.
+bool ChangesDefinitions(const std::string& sql) {
+  return odbc::StartsWithKeyword(sql, "CREATE") || odbc::StartsWithKeyword(sql, "ALTER") ||
+         odbc::StartsWithKeyword(sql, "DROP");
 }
 
 // Runs one statement text on a handle, in the driver's character width.
@@ -195,6 +208,7 @@ std::shared_ptr<Session> Session::Connect(const OdbcTarget& target, int32_t logi
   s.engine = target.engine != Engine::Other ? target.engine : EngineOfDriver(s.dbmsName);
   s.wide = s.engine != Engine::SQLite;
   s.stepMode = s.engine == Engine::SQLite && odbc::StepModeOn(reinterpret_cast<const char*>(completed));
+  if (s.engine == Engine::PostgreSQL) s.stream = odbc::StreamSlot(odbc::StreamSlot::Policy::AllInsideTransactions);
   SQLUINTEGER extensions = 0;
   SQLGetInfo(s.dbc.Get(), SQL_GETDATA_EXTENSIONS, &extensions, sizeof extensions, nullptr);
   constexpr SQLUINTEGER kNeeded = SQL_GD_ANY_COLUMN | SQL_GD_BLOCK | SQL_GD_BOUND;
@@ -213,7 +227,8 @@ Session::Outcome Session::Execute(const std::string& sql, int32_t timeoutSeconds
   return Execute(sql, {}, timeoutSeconds, what);
 }
 
-// In step mode a plain query without parameters whose columns all have
+// A statement that is not a plain query never runs as a server cursor (see
+// kNotACursor). In step mode a plain query without parameters whose columns all have
 // declared types is prepared and executed forward-only, so that the driver
 // steps through it (unless a transaction or another stream is open: then it
 // holds it whole). Anything but a plain query first settles the open
@@ -225,9 +240,13 @@ Session::Outcome Session::Execute(const std::string& sql, const std::vector<Para
                                   const std::string& what) {
   const bool wide = impl_->wide;
   Errors* errors = impl_->errors.get();
-  const bool plainQuery = impl_->stepMode && odbc::IsPlainQuery(sql);
+  const bool plainQuery = odbc::IsPlainQuery(sql);
   if (impl_->stepMode && !plainQuery) impl_->stream.Settle();
-  if (plainQuery && params.empty()) {
+  if (!plainQuery && ChangesDefinitions(sql)) impl_->keys.byTable.clear();
+  if (!plainQuery && impl_->engine == Engine::PostgreSQL) {
+    return ExecuteOnce(kNotACursor + sql, params, timeoutSeconds, what);
+  }
+  if (impl_->stepMode && plainQuery && params.empty()) {
     odbc::StmtHandle stmt = impl_->NewStatement(timeoutSeconds);
     // Step mode belongs to the SQLite driver, which is given narrow text.
     Check(SQLPrepare(stmt.Get(), reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.data())),
@@ -241,6 +260,28 @@ Session::Outcome Session::Execute(const std::string& sql, const std::vector<Para
       return impl_->Finish(shared_from_this(), std::move(stmt), execute, &impl_->stream);
     }
   }
+  Outcome outcome = ExecuteOnce(sql, params, timeoutSeconds, what);
+  if (impl_->engine == Engine::SQLite && !outcome.rows && odbc::StartsWithKeyword(sql, "WITH")) {
+    outcome.rowsAffected = ChangesOfLastStatement();
+  }
+  return outcome;
+}
+
+// The SQLite driver counts the rows of a statement that starts with WITH as
+// those of a query (none); the engine knows how many it changed.
+int64_t Session::ChangesOfLastStatement() {
+  Outcome changes = ExecuteOnce("SELECT changes()", {}, 0, "Reading the count of changed rows failed");
+  std::vector<Row> rows(1);
+  if (!changes.rows || changes.rows->Fetch(rows, 0, 1) != 1) return -1;
+  return com::CLng(rows[0].at(0));
+}
+
+// Runs `sql` at once; in step mode with a static cursor, which the driver
+// always executes at once and holds whole.
+Session::Outcome Session::ExecuteOnce(const std::string& sql, const std::vector<Param>& params,
+                                      int32_t timeoutSeconds, const std::string& what) {
+  const bool wide = impl_->wide;
+  Errors* errors = impl_->errors.get();
   odbc::StmtHandle stmt = impl_->NewStatement(timeoutSeconds);
   if (impl_->stepMode) {
     SQLSetStmtAttr(stmt.Get(), SQL_ATTR_CURSOR_TYPE, reinterpret_cast<SQLPOINTER>(SQL_CURSOR_STATIC), 0);
@@ -252,7 +293,8 @@ Session::Outcome Session::Execute(const std::string& sql, const std::vector<Para
     Check(rc, h, wide, errors, what);
   };
   run(stmt);
-  return impl_->Finish(shared_from_this(), std::move(stmt), run, nullptr);
+  odbc::StreamSlot* slot = impl_->engine == Engine::PostgreSQL ? &impl_->stream : nullptr;
+  return impl_->Finish(shared_from_this(), std::move(stmt), run, slot);
 }
 
 std::unique_ptr<RowSource> Session::Catalog(CatalogCall call, const std::vector<std::optional<std::string>>& args) {
@@ -286,7 +328,7 @@ int32_t Session::NullCollation() const {
 }
 
 void Session::BeginTransaction() {
-  impl_->stream.Block(true);  // the driver would end an open stream early
+  impl_->stream.TransactionBegins();  // the SQLite driver would end an open stream early
   if (!SQL_SUCCEEDED(SQLSetConnectAttr(impl_->dbc.Get(), SQL_ATTR_AUTOCOMMIT,
                                        reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_OFF), 0))) {
     impl_->FailDbc("Connection.BeginTrans failed");
@@ -295,10 +337,10 @@ void Session::BeginTransaction() {
 }
 
 void Session::EndTransaction(bool commit) {
+  impl_->stream.TransactionEnds();  // server cursors declared inside it end with it
   const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, impl_->dbc.Get(), commit ? SQL_COMMIT : SQL_ROLLBACK);
   if (!SQL_SUCCEEDED(rc)) impl_->FailDbc(commit ? "Connection.CommitTrans failed" : "Connection.RollbackTrans failed");
   impl_->transaction = Impl::Tx::None;
-  impl_->stream.Block(false);
   if (!SQL_SUCCEEDED(SQLSetConnectAttr(impl_->dbc.Get(), SQL_ATTR_AUTOCOMMIT,
                                        reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0))) {
     impl_->FailDbc("Restoring automatic commit failed");

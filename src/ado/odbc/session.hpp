@@ -79,6 +79,9 @@ class Session : public std::enable_shared_from_this<Session> {
 
  private:
   Session();
+  Outcome ExecuteOnce(const std::string& sql, const std::vector<Param>& params, int32_t timeoutSeconds,
+                      const std::string& what);
+  int64_t ChangesOfLastStatement();
   std::unique_ptr<Impl> impl_;
 };
 

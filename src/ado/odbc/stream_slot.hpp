@@ -1,5 +1,5 @@
 #pragma once
-// Reading SQLite results row by row instead of whole.
+// Results that the connection's transactions could cut short.
 //
 // The SQLite driver holds the whole result of a statement in its own memory
 // unless its step mode (StepAPI) is on. In step mode it still holds the
@@ -10,7 +10,13 @@
 // connection's own later writes, and a transaction started under it ends it
 // early without an error, so the one result that streams (the holder of the
 // connection's StreamSlot) reads its remaining rows before either happens.
+//
+// psqlODBC reads a query through a server cursor. One declared outside a
+// transaction outlives commits; one declared inside a transaction ends with
+// it (further fetches fail with a function sequence error), so every result
+// opened inside a transaction reads its remaining rows before it ends.
 #include <string_view>
+#include <vector>
 
 namespace velmora::ado::odbc {
 
@@ -25,18 +31,27 @@ class StreamedRows {
 
 class StreamSlot {
  public:
-  // Takes the slot for `rows`; false when another result holds it or a
-  // transaction is open (the driver then holds the result whole).
-  bool Claim(StreamedRows* rows) noexcept;
+  enum class Policy {
+    OneOutsideTransactions,  // the SQLite driver's step mode
+    AllInsideTransactions,   // server cursors declared inside a transaction
+  };
+  explicit StreamSlot(Policy policy = Policy::OneOutsideTransactions) noexcept : policy_(policy) {}
+
+  // Takes a place for `rows`; false when the policy gives none now (the
+  // driver then holds the result whole, or its cursor outlives transactions).
+  bool Claim(StreamedRows* rows);
   void Release(const StreamedRows* rows) noexcept;
-  // Makes the holder, if any, read the rest of its rows.
+  // Makes every holder read the rest of its rows.
   void Settle();
-  // While a transaction is open nothing streams; opening one settles.
-  void Block(bool blocked);
+  // Called before a transaction begins and before it ends: settles the
+  // results the boundary would cut short.
+  void TransactionBegins();
+  void TransactionEnds();
 
  private:
-  StreamedRows* holder_ = nullptr;
-  bool blocked_ = false;
+  Policy policy_;
+  std::vector<StreamedRows*> holders_;
+  bool inTransaction_ = false;
 };
 
 // True when the driver's out-connection-string has step mode on (the driver
@@ -44,7 +59,11 @@ class StreamSlot {
 bool StepModeOn(std::string_view outConnectionString);
 
 // True for a single statement that only reads: it starts with SELECT, VALUES
-// or WITH and has no RETURNING clause. Anything else may write.
+// or WITH, has no RETURNING clause and no INSERT, UPDATE (other than FOR
+// UPDATE), DELETE or MERGE inside a WITH. Anything else may write.
 bool IsPlainQuery(std::string_view sql);
+
+// True when the first word of `sql` (after blanks and comments) is `upper`.
+bool StartsWithKeyword(std::string_view sql, std::string_view upper);
 
 }  // namespace velmora::ado::odbc
