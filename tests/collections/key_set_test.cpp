@@ -52,6 +52,19 @@ TEST(KeySet, FindMethodsOnDuplicateKeys) {
   EXPECT_EQ(set->Find("A", FIND_LT), 0);  // capitals sort before small letters
 }
 
+TEST(KeySet, KeysCompareInCodePointOrder) {
+  // Binary comparison is byte-wise on UTF-8, which orders as code points:
+  // U+FFFD comes before U+1F600.
+  const std::string replacement = "\xEF\xBF\xBD";  // U+FFFD
+  const std::string smiley = "\xF0\x9F\x98\x80";   // U+1F600
+  auto set = SetOf({smiley, "z", replacement});
+  std::vector<std::string> seen;
+  for (set->MoveFirst(); !set->IsEOF(); set->MoveNext()) seen.push_back(set->Key());
+  EXPECT_EQ(seen, (std::vector<std::string>{"z", replacement, smiley}));
+  EXPECT_EQ(set->Find(smiley, FIND_LT), 2);
+  EXPECT_EQ(set->Find(replacement, FIND_GT), 3);
+}
+
 TEST(KeySet, FindWithAnUnknownMethodActsAsEqual) {
   auto set = SetOf({"a", "b", "b", "c"});
   EXPECT_EQ(set->Find("b", static_cast<FindMethodEnum>(7)), 2);
