@@ -287,16 +287,20 @@ void OdbcResult::Describe() {
 
 void OdbcResult::Bind() {
   bindings_.resize(plans_.size());
-  if (!options_.blockReads) return;  // one row at a time, every value by SQLGetData
-  arraySize_ = kBlockRows;
-  SQLSetStmtAttr(stmt_.Get(), SQL_ATTR_ROW_BIND_TYPE, reinterpret_cast<SQLPOINTER>(SQL_BIND_BY_COLUMN), 0);
-  if (!SQL_SUCCEEDED(SQLSetStmtAttr(stmt_.Get(), SQL_ATTR_ROW_ARRAY_SIZE,
-                                    reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(arraySize_)), 0)) ||
-      !SQL_SUCCEEDED(SQLSetStmtAttr(stmt_.Get(), SQL_ATTR_ROWS_FETCHED_PTR, &fetched_, 0))) {
-    arraySize_ = 1;
-    options_.blockReads = false;
-    return;
+  if (options_.blockReads) {
+    arraySize_ = kBlockRows;
+    SQLSetStmtAttr(stmt_.Get(), SQL_ATTR_ROW_BIND_TYPE, reinterpret_cast<SQLPOINTER>(SQL_BIND_BY_COLUMN), 0);
+    if (!SQL_SUCCEEDED(SQLSetStmtAttr(stmt_.Get(), SQL_ATTR_ROW_ARRAY_SIZE,
+                                      reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(arraySize_)), 0)) ||
+        !SQL_SUCCEEDED(SQLSetStmtAttr(stmt_.Get(), SQL_ATTR_ROWS_FETCHED_PTR, &fetched_, 0))) {
+      arraySize_ = 1;
+      options_.blockReads = false;
+    }
   }
+  // One row at a time: bound columns spare a driver call per value where the
+  // driver can still read a bound column whole (a value longer than its
+  // buffer); otherwise every value is read by SQLGetData.
+  if (!options_.blockReads && !options_.bindSingleRows) return;
   for (size_t i = 0; i < plans_.size(); ++i) {
     const ColumnPlan& p = plans_[i];
     if (p.isLong) continue;
@@ -396,7 +400,10 @@ size_t OdbcResult::FetchSingle(std::vector<detail::Row>& rows, size_t first, siz
     if (!SQL_SUCCEEDED(rc)) Fail("Fetching a row failed");
     detail::Row& row = rows[first + n];
     row.resize(plans_.size());
-    for (size_t c = 0; c < plans_.size(); ++c) ReadWhole(c, row[c]);
+    for (size_t c = 0; c < plans_.size(); ++c) {
+      if (FitsBound(c, 0)) StoreBound(c, 0, row[c]);
+      else ReadWhole(c, row[c]);
+    }
     ++n;
   }
   return n;

@@ -40,6 +40,7 @@ struct ResultOptions {
   Engine engine = Engine::Other;
   bool wide = false;          // text as UTF-16 (SQL_C_WCHAR)
   bool blockReads = false;    // the driver can SQLGetData inside a block
+  bool bindSingleRows = false;  // the driver can SQLGetData a bound column
   Errors* errors = nullptr;
   StreamSlot* stream = nullptr;  // set when the driver may step through the result
 };

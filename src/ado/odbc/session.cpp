@@ -19,6 +19,7 @@ struct Session::Impl {
   Engine engine = Engine::Other;
   bool wide = false;
   bool blockReads = false;
+  bool bindSingleRows = false;
   enum class Tx { None, Caller, Edit };
   Tx transaction = Tx::None;
   bool stepMode = false;  // the SQLite driver can step through query results
@@ -55,7 +56,7 @@ struct Session::Impl {
     SQLSMALLINT columns = 0;
     SQLNumResultCols(stmt.Get(), &columns);
     if (columns > 0) {
-      odbc::ResultOptions options{engine, wide, blockReads, errors.get(), streamSlot};
+      odbc::ResultOptions options{engine, wide, blockReads, bindSingleRows, errors.get(), streamSlot};
       outcome.rows = std::make_unique<odbc::OdbcResult>(std::move(self), std::move(stmt), options, std::move(run));
       return outcome;
     }
@@ -213,6 +214,8 @@ std::shared_ptr<Session> Session::Connect(const OdbcTarget& target, int32_t logi
   SQLGetInfo(s.dbc.Get(), SQL_GETDATA_EXTENSIONS, &extensions, sizeof extensions, nullptr);
   constexpr SQLUINTEGER kNeeded = SQL_GD_ANY_COLUMN | SQL_GD_BLOCK | SQL_GD_BOUND;
   s.blockReads = (extensions & kNeeded) == kNeeded;
+  constexpr SQLUINTEGER kBoundReads = SQL_GD_ANY_COLUMN | SQL_GD_BOUND;
+  s.bindSingleRows = (extensions & kBoundReads) == kBoundReads;
   return session;
 }
 
@@ -309,7 +312,7 @@ std::unique_ptr<RowSource> Session::Catalog(CatalogCall call, const std::vector<
   };
   run(stmt);
   // Catalog results are read by position, one row at a time.
-  odbc::ResultOptions options{impl_->engine, wide, false, errors};
+  odbc::ResultOptions options{impl_->engine, wide, false, false, errors};
   return std::make_unique<odbc::OdbcResult>(shared_from_this(), std::move(stmt), options, run);
 }
 
