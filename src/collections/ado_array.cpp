@@ -11,8 +11,6 @@ namespace {
 using collections::Guarded;
 
 constexpr std::string_view kClass = "AdoArray";
-constexpr int32_t errObjectNotSet = 91;
-constexpr int32_t errNoSuchMember = 438;
 constexpr int32_t errIndexNotFound = 3015;
 constexpr int32_t errNoCurrentIndex = 3019;
 
@@ -22,15 +20,15 @@ constexpr int32_t errNoCurrentIndex = 3019;
 
 // The record interface of an object, as a late-bound call would find it.
 AdoRecord& AsRecord(const com::ObjectPtr& rec) {
-  if (!rec) com::Raise(errObjectNotSet);
+  if (!rec) com::Raise(com::errObjectNotSet);
   auto* record = dynamic_cast<AdoRecord*>(rec.get());
-  if (record == nullptr) com::Raise(errNoSuchMember);
+  if (record == nullptr) com::Raise(com::errNoSuchMember);
   return *record;
 }
 
 AdoRecordHeader& HeaderOf(const com::ObjectPtr& rec) {
   const auto header = AsRecord(rec).Header();
-  if (!header) com::Raise(errObjectNotSet);
+  if (!header) com::Raise(com::errObjectNotSet);
   return *header;
 }
 

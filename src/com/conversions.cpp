@@ -16,7 +16,6 @@ using detail::ExactNumber;
 
 namespace {
 
-constexpr int32_t errInvalidUseOfNull = 94;
 constexpr int kDoubleDigits = 15;
 constexpr int kSingleDigits = 7;
 

@@ -31,7 +31,6 @@ constexpr uint8_t kByteBuffer = 0;    // ByteArray
 constexpr uint8_t kBoundedArray = 1;  // VariantArray of bytes
 
 constexpr int32_t errNotPersistable = 330;
-constexpr int32_t errCannotCreate = 429;
 const char* const kSource = "Velmora.PropertyBag";
 
 [[noreturn]] void Corrupt(const std::string& what, size_t offset) {
@@ -159,7 +158,7 @@ std::shared_ptr<PersistableObject> ClassRegistry::Create(const std::string& prog
     if (it != r.factories.end()) factory = it->second;
   }
   std::shared_ptr<PersistableObject> object = factory ? factory() : nullptr;
-  if (!object) Raise(errCannotCreate, StandardDescription(errCannotCreate) + " (" + progId + ")", kSource);
+  if (!object) Raise(errCannotCreateObject, StandardDescription(errCannotCreateObject) + " (" + progId + ")", kSource);
   return object;
 }
 

@@ -14,8 +14,6 @@ namespace velmora {
 namespace {
 
 constexpr std::string_view kClassName = "AdoFlags";
-constexpr int32_t errObjectNotSet = 91;
-constexpr int32_t errNotSupported = 438;
 
 // Codes 0 to 31 and 127, in ascending order.
 std::string BuildControlCharacters() {
@@ -45,11 +43,11 @@ std::vector<std::string_view> SplitAll(std::string_view text, std::string_view s
 // --------------------------------------------------------------- AdoFlag
 
 void AdoFlag::CopyTo(const std::shared_ptr<AdoFlag>& Target) const {
-  if (!Target) com::Raise(errObjectNotSet, "Object variable or With block variable not set");
+  if (!Target) com::Raise(com::errObjectNotSet);
   Target->Name(name_);
   if (value_.IsObject()) {
-    if (!value_.Object()) com::Raise(errObjectNotSet, "Object variable or With block variable not set");
-    com::Raise(errNotSupported, "Object doesn't support this property or method");
+    if (!value_.Object()) com::Raise(com::errObjectNotSet);
+    com::Raise(com::errNoSuchMember);
   }
   Target->Value(value_);
 }

@@ -6,11 +6,10 @@
 namespace velmora {
 
 namespace {
-constexpr int32_t errObjectNotSet = 91;
 }  // namespace
 
 void AdoField::CopyTo(const std::shared_ptr<AdoField>& target) const {
-  if (!target) com::Raise(errObjectNotSet, {}, ErrorSource("AdoField", "CopyTo"));
+  if (!target) com::Raise(com::errObjectNotSet, {}, ErrorSource("AdoField", "CopyTo"));
   target->AType(aType_);
   target->ATypeName(aTypeName_);
   target->Collation(collation_);

@@ -10,14 +10,13 @@
 namespace velmora::sysrecords {
 namespace {
 
-constexpr int32_t errObjectNotSet = 91;
 
 // System records hold no long columns; a header column that is long in an
 // application table is read and written as UTF-16LE bytes.
 constexpr bool kAnsiBlob = false;
 
 ado::FieldPtr ColumnOf(const std::shared_ptr<ado::Recordset>& rs, const std::string& name) {
-  if (!rs) com::Raise(errObjectNotSet);
+  if (!rs) com::Raise(com::errObjectNotSet);
   return rs->Fields()->Item(com::Variant(name));
 }
 
@@ -33,7 +32,7 @@ void WriteColumn(const std::shared_ptr<ado::Recordset>& rs, const std::string& n
 }
 
 std::shared_ptr<ado::Connection> ActiveConnection(const std::shared_ptr<ado::Recordset>& rs) {
-  if (!rs) com::Raise(errObjectNotSet);
+  if (!rs) com::Raise(com::errObjectNotSet);
   return rs->ActiveConnection().ObjectAs<ado::Connection>();
 }
 
@@ -44,7 +43,7 @@ bool SameText(const std::string& a, const std::string& b) { return com::FoldKeyC
 void RaiseNotAValidIndex() { com::Raise(com::errLibrary, "Not a valid index"); }
 
 void RaiseNothing(const char* className, const char* procedure) {
-  com::Raise(errObjectNotSet, {}, ErrorSource(className, procedure));
+  com::Raise(com::errObjectNotSet, {}, ErrorSource(className, procedure));
 }
 
 }  // namespace velmora::sysrecords

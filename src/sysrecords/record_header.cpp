@@ -7,7 +7,6 @@
 namespace velmora {
 namespace {
 
-constexpr int32_t errObjectNotSet = 91;
 const com::Variant kNoNumber{int32_t{0}};
 const com::Variant kNoDate{com::Date{}};
 const com::Variant kNoText{std::string()};
@@ -16,7 +15,7 @@ const com::Variant kFalse{false};
 }  // namespace
 
 void AdoRecordHeader::CopyTo(const std::shared_ptr<AdoRecordHeader>& target) const {
-  if (!target) com::Raise(errObjectNotSet, {}, ErrorSource("AdoRecordHeader", "CopyTo"));
+  if (!target) com::Raise(com::errObjectNotSet, {}, ErrorSource("AdoRecordHeader", "CopyTo"));
   target->Unk(unk_);
   target->RcDate(rcDate_);
   target->RcUser(rcUser_);

@@ -12,6 +12,10 @@ inline constexpr int32_t errInvalidProcedureCall = 5;
 inline constexpr int32_t errOverflow = 6;
 inline constexpr int32_t errSubscriptOutOfRange = 9;
 inline constexpr int32_t errTypeMismatch = 13;
+inline constexpr int32_t errObjectNotSet = 91;
+inline constexpr int32_t errInvalidUseOfNull = 94;
+inline constexpr int32_t errCannotCreateObject = 429;
+inline constexpr int32_t errNoSuchMember = 438;
 inline constexpr int32_t errDuplicateKey = 457;
 // The library's own errors.
 inline constexpr int32_t errLibrary = 20000;
