@@ -130,8 +130,8 @@ void BoundParams::Fill(Slot& slot, const com::Variant& value, int32_t adoType) c
     if (wide_) {
       const std::u16string units = detail::Utf16FromUtf8(text);
       slot.cType = SQL_C_WCHAR;
-      slot.data.resize(units.size() * sizeof(char16_t));
-      std::memcpy(slot.data.data(), units.data(), slot.data.size());
+      const auto* first = reinterpret_cast<const char*>(units.data());
+      slot.data.assign(first, first + units.size() * sizeof(char16_t));
     } else {
       slot.cType = SQL_C_CHAR;
       slot.data.assign(text.begin(), text.end());
