@@ -164,12 +164,15 @@ void RecordEditor::ResolveBaseTable() {
 // read, so that opening it costs no catalogue queries.
 int32_t RecordEditor::Attributes(int ordinal) {
   if (!catalogued_ && !InMemory()) {
+    // One attempt per result: attributes are read once per value by the
+    // field routines, so a result without a single base table, or whose
+    // catalogue cannot be read now (the connection's transaction failed,
+    // say), keeps the driver's description instead of asking again.
+    catalogued_ = true;
     std::string problem;
     try {
       if (const std::optional<TableRef> ref = SingleBaseTable(problem)) MarkFromCatalogue(FindTableKey(*session_, *ref));
     } catch (const com::Error&) {
-      // The catalogue cannot be read now (the connection's transaction
-      // failed, say): the driver's description stands until a later read.
     }
   }
   return columns_[static_cast<size_t>(ordinal)].attributes;
