@@ -35,15 +35,15 @@ ColumnInfo SchemaColumn(const char* name, OleType type) {
   return c;
 }
 
-struct ColumnSpec {
+struct RowsetColumn {
   const char* name;
   OleType type;
 };
 
 template <size_t N>
-std::vector<ColumnInfo> Columns(const ColumnSpec (&specs)[N]) {
+std::vector<ColumnInfo> Columns(const RowsetColumn (&columns)[N]) {
   std::vector<ColumnInfo> out;
-  for (const auto& s : specs) out.push_back(SchemaColumn(s.name, s.type));
+  for (const auto& s : columns) out.push_back(SchemaColumn(s.name, s.type));
   return out;
 }
 
@@ -114,7 +114,7 @@ bool Matches(const Restriction& r, const com::Variant& value) {
 
 // ---- TABLES ------------------------------------------------------------------
 
-constexpr ColumnSpec kTables[] = {{"TABLE_CATALOG", OleType::WStr}, {"TABLE_SCHEMA", OleType::WStr},
+constexpr RowsetColumn kTables[] = {{"TABLE_CATALOG", OleType::WStr}, {"TABLE_SCHEMA", OleType::WStr},
                                   {"TABLE_NAME", OleType::WStr},    {"TABLE_TYPE", OleType::WStr},
                                   {"TABLE_GUID", OleType::Guid},    {"DESCRIPTION", OleType::WStr},
                                   {"TABLE_PROPID", OleType::UI4},   {"DATE_CREATED", OleType::Date},
@@ -142,7 +142,7 @@ std::unique_ptr<RowSource> TablesRowset(Session& s, const com::Variant& criteria
 
 // ---- COLUMNS -----------------------------------------------------------------
 
-constexpr ColumnSpec kColumns[] = {
+constexpr RowsetColumn kColumns[] = {
     {"TABLE_CATALOG", OleType::WStr},          {"TABLE_SCHEMA", OleType::WStr},
     {"TABLE_NAME", OleType::WStr},             {"COLUMN_NAME", OleType::WStr},
     {"COLUMN_GUID", OleType::Guid},            {"COLUMN_PROPID", OleType::UI4},
@@ -226,7 +226,7 @@ std::unique_ptr<RowSource> ColumnsRowset(Session& s, const com::Variant& criteri
 
 // ---- INDEXES and PRIMARY_KEYS ------------------------------------------------
 
-constexpr ColumnSpec kIndexes[] = {
+constexpr RowsetColumn kIndexes[] = {
     {"TABLE_CATALOG", OleType::WStr}, {"TABLE_SCHEMA", OleType::WStr},   {"TABLE_NAME", OleType::WStr},
     {"INDEX_CATALOG", OleType::WStr}, {"INDEX_SCHEMA", OleType::WStr},   {"INDEX_NAME", OleType::WStr},
     {"PRIMARY_KEY", OleType::Bool},   {"UNIQUE", OleType::Bool},         {"CLUSTERED", OleType::Bool},
@@ -236,7 +236,7 @@ constexpr ColumnSpec kIndexes[] = {
     {"COLUMN_GUID", OleType::Guid},   {"COLUMN_PROPID", OleType::UI4},   {"COLLATION", OleType::I2},
     {"CARDINALITY", OleType::UI8},    {"PAGES", OleType::I4},            {"FILTER_CONDITION", OleType::WStr}};
 
-constexpr ColumnSpec kPrimaryKeys[] = {{"TABLE_CATALOG", OleType::WStr}, {"TABLE_SCHEMA", OleType::WStr},
+constexpr RowsetColumn kPrimaryKeys[] = {{"TABLE_CATALOG", OleType::WStr}, {"TABLE_SCHEMA", OleType::WStr},
                                        {"TABLE_NAME", OleType::WStr},    {"COLUMN_NAME", OleType::WStr},
                                        {"COLUMN_GUID", OleType::Guid},   {"COLUMN_PROPID", OleType::UI4},
                                        {"ORDINAL", OleType::UI4},        {"PK_NAME", OleType::WStr}};
