@@ -1,11 +1,13 @@
-// FieldValueGet against plain Field.Value over 200,000 rows of 5 columns
-// (one of them Null in every other row), in the same run:
+// FieldValueGet and FieldValueSet against plain Field.Value over 200,000 rows
+// of 5 columns (one of them Null in every other row), in the same run:
 //  - "Walk": rows already held by a static cursor, so that only the cost of
 //    reading the values is compared;
 //  - "Fetch": a forward-only cursor opened each time, the usual way records
-//    are loaded (the engine's fetch is part of the cost).
+//    are loaded (the engine's fetch is part of the cost);
+//  - "Write": every field of every row of a recordset held in memory set
+//    through the Field.Value put and through FieldValueSet.
 // Engines: SQLite, and the PostgreSQL server of VELMORA_PG_ODBC when it is
-// set. The aim is FieldValueGet within 1.2x of Field.Value.
+// set. The aim is the field routines within 1.2x of Field.Value.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -119,7 +121,50 @@ void Fetch(benchmark::State& state, bool pg) {
   }
 }
 
+struct PlainPut {
+  static void Write(const ado::FieldPtr& f, const com::Variant& v) { f->Value(v); }
+};
+struct TolerantPut {
+  static void Write(const ado::FieldPtr& f, const com::Variant& v) { FieldValueSet(f, v, false); }
+};
+
+// A fabricated recordset of kRows rows with the columns of bench_fields.
+ado::RecordsetPtr RowsInMemory() {
+  auto rs = std::make_shared<ado::Recordset>();
+  auto fields = rs->Fields();
+  fields->Append("id", ado::adInteger, 4);
+  fields->Append("name", ado::adVarWChar, 30);
+  fields->Append("amount", ado::adDouble, 8);
+  fields->Append("stamp", ado::adDBTimeStamp, 16);
+  fields->Append("note", ado::adVarWChar, 40);
+  rs->Open();
+  for (int i = 0; i < kRows; ++i) {
+    rs->AddNew();
+    fields->Item("id")->Value(com::Variant(i));
+    rs->Update();
+  }
+  return rs;
+}
+
+template <class Access>
+void Write(benchmark::State& state) {
+  auto rs = RowsInMemory();
+  ado::FieldPtr fields[std::size(kColumns)];
+  for (std::size_t i = 0; i < std::size(kColumns); ++i) fields[i] = rs->Fields()->Item(kColumns[i]);
+  const com::Variant values[] = {com::Variant(int32_t{7}), com::Variant("name 7"), com::Variant(10.5),
+                                 com::Variant(com::Date(43831.5)), com::Variant("note 7")};
+  for (auto _ : state) {
+    int64_t rows = 0;
+    for (rs->MoveFirst(); !rs->IsEOF(); rs->MoveNext(), ++rows) {
+      for (std::size_t i = 0; i < std::size(kColumns); ++i) Access::Write(fields[i], values[i]);
+    }
+    state.SetItemsProcessed(state.items_processed() + rows);
+  }
+}
+
 void RegisterAll() {
+  benchmark::RegisterBenchmark("Write/FieldValue/InMemory", Write<PlainPut>)->Unit(benchmark::kMillisecond);
+  benchmark::RegisterBenchmark("Write/FieldValueSet/InMemory", Write<TolerantPut>)->Unit(benchmark::kMillisecond);
   for (bool pg : {false, true}) {
     const std::string engine = pg ? "PostgreSQL" : "SQLite";
     benchmark::RegisterBenchmark(("Walk/FieldValue/" + engine).c_str(), Walk<PlainValue>, pg)

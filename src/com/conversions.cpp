@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <optional>
 
 #include "date_text.hpp"
 #include "exact_number.hpp"
@@ -55,7 +56,20 @@ double CheckedDouble(double d) {
   return d;
 }
 
+// The value of a variant that holds a whole number of a small type.
+std::optional<int64_t> SmallIntegerValue(const Variant& v) {
+  if (auto p = v.TryGet<int32_t>()) return *p;
+  if (auto p = v.TryGet<int16_t>()) return *p;
+  if (auto p = v.TryGet<uint8_t>()) return *p;
+  if (auto p = v.TryGet<bool>()) return *p ? -1 : 0;
+  return std::nullopt;
+}
+
 int64_t RoundedInteger(const Variant& v, int64_t min, int64_t max) {
+  if (auto i = SmallIntegerValue(v)) {
+    if (*i < min || *i > max) Raise(errOverflow);
+    return *i;
+  }
   if (auto d = FloatingValue(v)) {
     const double r = std::nearbyint(*d);  // the default rounding mode: half to even
     if (!(r >= static_cast<double>(min) && r <= static_cast<double>(max))) Raise(errOverflow);
@@ -184,6 +198,7 @@ std::string CStr(const Variant& v) {
 }
 
 Variant ChangeType(const Variant& v, int16_t vtype) {
+  if (v.VarType() == vtype) return v;  // nothing to convert
   switch (vtype) {
     case vbEmpty: return Variant();
     case vbNull: return Variant(Null);
@@ -200,7 +215,6 @@ Variant ChangeType(const Variant& v, int16_t vtype) {
     case vbByte: return CByte(v);
     case vbByteArray: return ToByteArray(v);
     default:
-      if (v.VarType() == vtype) return v;  // objects and arrays of the same type
       Raise(errTypeMismatch);
   }
 }

@@ -1,4 +1,6 @@
 // The writing side of field value access.
+#include <algorithm>
+
 #include "velmora/ado/recordset.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/fields/field_access.hpp"
@@ -21,6 +23,14 @@ std::string LeftChars(const std::string& text, int32_t count) {
 
 bool IsZeroNumber(const com::Variant& value) {
   return com::IsNumeric(value) && com::VarEqual(value, com::Variant(int16_t{0}));
+}
+
+// True when a text column stores `value` as it is: a string no longer in
+// bytes than the column's size has no more characters either.
+bool StoredAsIs(const ado::Field& field, const com::Variant& value, bool defaultToNull) {
+  const std::string* text = value.TryGet<std::string>();
+  return text && !(defaultToNull && text->empty()) &&
+         text->size() <= static_cast<std::size_t>(std::max(field.DefinedSize(), 0));
 }
 
 // The value a text column stores: Null for "" with DefaultToNull, else the
@@ -50,10 +60,18 @@ void FieldValueSet2(const std::shared_ptr<ado::Field>& Field, const com::Variant
   switch (FieldTypeConstToVb(Field->Type())) {
     case com::vbDate:
       // Tolerant: a value that is not a date stores the date 0.
-      Field->Value(com::IsDate(Value) ? com::Variant(com::CDate(Value)) : com::Variant(int16_t{0}));
+      if (Value.TryGet<com::Date>()) {
+        Field->Value(Value);
+      } else {
+        Field->Value(com::IsDate(Value) ? com::Variant(com::CDate(Value)) : com::Variant(int16_t{0}));
+      }
       return;
     case com::vbString:
-      Field->Value(TextToStore(*Field, Value, DefaultToNull));
+      if (StoredAsIs(*Field, Value, DefaultToNull)) {
+        Field->Value(Value);
+      } else {
+        Field->Value(TextToStore(*Field, Value, DefaultToNull));
+      }
       return;
     case com::vbBoolean:
       Field->Value(DefaultToNull && com::VarEqual(Value, com::Variant(false)) ? com::Variant(com::Null)
