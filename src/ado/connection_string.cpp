@@ -121,7 +121,8 @@ class Parser {
 
 bool NeedsBraces(const std::string& v) {
   if (v.empty()) return false;
-  if (IsBlank(v.front()) || IsBlank(v.back())) return true;
+  // A leading quote would be read back as the start of a quoted value.
+  if (IsBlank(v.front()) || IsBlank(v.back()) || v.front() == '\'' || v.front() == '"') return true;
   return v.find_first_of(";{}=") != std::string::npos;
 }
 
@@ -198,7 +199,11 @@ bool HasKey(const std::vector<ConnectionPair>& pairs, std::string_view key) {
 std::string BuildOdbcString(const std::vector<ConnectionPair>& pairs) {
   std::string out;
   for (const auto& p : pairs) {
-    out += p.key;
+    // '=' inside a key is written doubled, as the parser reads it.
+    for (char c : p.key) {
+      out += c;
+      if (c == '=') out += '=';
+    }
     out += '=';
     if (NeedsBraces(p.value)) {
       out += '{';

@@ -63,6 +63,27 @@ TEST(ConnectionStrings, QuotesBracesAndDoubledQuotes) {
   EXPECT_EQ(BuildOdbcString({{"DRIVER", "A;B"}, {"X", "1"}}), "DRIVER={A;B};X=1;");
 }
 
+TEST(ConnectionStrings, AKeyWithEqualsSignsRebuildsToTheSamePairs) {
+  const auto pairs = ParseConnectionString("\x0e==\x0e=");
+  ASSERT_EQ(pairs.size(), 1u);
+  EXPECT_EQ(pairs[0].key, "\x0e=\x0e");
+  const auto again = ParseConnectionString(BuildOdbcString(pairs));
+  ASSERT_EQ(again.size(), 1u);
+  EXPECT_EQ(again[0].key, pairs[0].key);
+  EXPECT_EQ(again[0].value, "");
+}
+
+TEST(ConnectionStrings, AValueStartingWithAQuoteRebuildsInBraces) {
+  const auto pairs = ParseConnectionString("k='''''';j=\"\"\"x\"");
+  ASSERT_EQ(pairs.size(), 2u);
+  EXPECT_EQ(pairs[0].value, "''");
+  EXPECT_EQ(pairs[1].value, "\"x");
+  const auto again = ParseConnectionString(BuildOdbcString(pairs));
+  ASSERT_EQ(again.size(), 2u);
+  EXPECT_EQ(again[0].value, pairs[0].value);
+  EXPECT_EQ(again[1].value, pairs[1].value);
+}
+
 TEST(ConnectionStrings, MalformedTextRaisesTheInitialisationError) {
   for (const char* bad : {"novalue", "=x", "a='unterminated", "a={open", "a=\"q\"tail"}) {
     try {
