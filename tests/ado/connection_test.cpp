@@ -4,33 +4,24 @@
 
 #include "ado/engine_fixture.hpp"
 #include "velmora/com/conversions.hpp"
+#include "support_common/error_number.hpp"
 
 namespace velmora::test {
 namespace {
 
 class ConnectionTest : public EngineTest {};
 
-int32_t NumberOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const com::Error& e) {
-    return e.Number();
-  }
-  ADD_FAILURE() << "no error raised";
-  return 0;
-}
-
 TEST_P(ConnectionTest, OpenCloseStateAndEngine) {
   EXPECT_EQ(cn->State(), ado::adStateOpen);
   EXPECT_EQ(cn->Engine(), IsPg() ? ado::Engine::PostgreSQL : ado::Engine::SQLite);
   EXPECT_EQ(cn->ConnectionString().Get<std::string>(), ConnectionString());
   EXPECT_EQ(cn->Version(), "2.7");
-  EXPECT_EQ(NumberOf([&] { cn->Open(ConnectionString()); }), ado::adErrObjectOpen);
+  EXPECT_EQ(ErrorNumber([&] { cn->Open(ConnectionString()); }), ado::adErrObjectOpen);
   cn->Close();
   EXPECT_EQ(cn->State(), ado::adStateClosed);
-  EXPECT_EQ(NumberOf([&] { cn->Close(); }), ado::adErrObjectClosed);
-  EXPECT_EQ(NumberOf([&] { cn->Execute("SELECT 1"); }), ado::adErrObjectClosed);
-  EXPECT_EQ(NumberOf([&] { cn->BeginTrans(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { cn->Close(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { cn->Execute("SELECT 1"); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { cn->BeginTrans(); }), ado::adErrObjectClosed);
   cn->Open();  // reopens with the stored string
   EXPECT_EQ(cn->State(), ado::adStateOpen);
 }
@@ -55,13 +46,13 @@ TEST_P(ConnectionTest, ExecuteReportsRecordsAffectedAndReturnsRows) {
 TEST_P(ConnectionTest, TransactionsCommitAndRollBack) {
   const std::string t = Table("tx", "id INTEGER");
   EXPECT_EQ(cn->BeginTrans(), 1);
-  EXPECT_EQ(NumberOf([&] { cn->BeginTrans(); }), ado::adErrFeatureNotAvailable);
+  EXPECT_EQ(ErrorNumber([&] { cn->BeginTrans(); }), ado::adErrFeatureNotAvailable);
   cn->Execute("INSERT INTO " + t + " VALUES (1)");
   cn->RollbackTrans();
   cn->BeginTrans();
   cn->Execute("INSERT INTO " + t + " VALUES (2)");
   cn->CommitTrans();
-  EXPECT_EQ(NumberOf([&] { cn->CommitTrans(); }), ado::adErrIllegalOperation);
+  EXPECT_EQ(ErrorNumber([&] { cn->CommitTrans(); }), ado::adErrIllegalOperation);
   auto other = std::make_shared<ado::Connection>();
   other->Open(ConnectionString());
   auto rs = other->Execute("SELECT id FROM " + t);
@@ -91,17 +82,17 @@ TEST_P(ConnectionTest, SqlErrorsRaiseAndFillErrors) {
       EXPECT_EQ(e.Number(), ado::E_FAIL_);  // the SQLite driver reports HY000
     }
   }
-  EXPECT_EQ(NumberOf([&] { cn->Errors()->Item(com::Variant(int32_t{99})); }), ado::adErrItemNotFound);
+  EXPECT_EQ(ErrorNumber([&] { cn->Errors()->Item(com::Variant(int32_t{99})); }), ado::adErrItemNotFound);
   cn->Errors()->Clear();
   EXPECT_EQ(cn->Errors()->Count(), 0);
-  EXPECT_NE(NumberOf([&] { cn->Execute("SELEC nothing"); }), 0);
+  EXPECT_NE(ErrorNumber([&] { cn->Execute("SELEC nothing"); }), 0);
   EXPECT_GE(cn->Errors()->Count(), 1);
 }
 
 TEST_P(ConnectionTest, IntegrityViolationHasItsNumber) {
   const std::string t = Table("uq", "id INTEGER PRIMARY KEY");
   cn->Execute("INSERT INTO " + t + " VALUES (1)");
-  const int32_t n = NumberOf([&] { cn->Execute("INSERT INTO " + t + " VALUES (1)"); });
+  const int32_t n = ErrorNumber([&] { cn->Execute("INSERT INTO " + t + " VALUES (1)"); });
   if (IsPg()) {
     EXPECT_EQ(n, ado::DB_E_INTEGRITYVIOLATION);
   } else {
@@ -113,7 +104,7 @@ TEST_P(ConnectionTest, CommandTimeoutAndDialectProperties) {
   EXPECT_EQ(cn->CommandTimeout(), 30);
   cn->CommandTimeout(300);
   EXPECT_EQ(cn->CommandTimeout(), 300);
-  EXPECT_EQ(NumberOf([&] { cn->CommandTimeout(-1); }), ado::adErrInvalidArgument);
+  EXPECT_EQ(ErrorNumber([&] { cn->CommandTimeout(-1); }), ado::adErrInvalidArgument);
   const std::string t = Table("dl", "id INTEGER, stamp TIMESTAMP");
   cn->Execute("INSERT INTO [" + t + "] ([id], [stamp]) VALUES (1, CONVERT(DATETIME, '2009-12-31 23:05:09', 102))");
   auto rs = cn->Execute("SELECT TOP 1 [stamp] FROM [" + t + "] WHERE [stamp] = CONVERT(DATETIME, '2009-12-31 23:05:09', 102)");
@@ -134,15 +125,15 @@ INSTANTIATE_TEST_SUITE_P(Engines, ConnectionTest, ::testing::Values(TestEngine::
 
 TEST(ConnectionFailures, UnknownProviderRaisesAndFillsErrors) {
   auto cn = std::make_shared<ado::Connection>();
-  EXPECT_EQ(NumberOf([&] { cn->Open("Provider=NoSuch.Provider.1;Data Source=x"); }), ado::adErrProviderNotFound);
+  EXPECT_EQ(ErrorNumber([&] { cn->Open("Provider=NoSuch.Provider.1;Data Source=x"); }), ado::adErrProviderNotFound);
   EXPECT_EQ(cn->Errors()->Count(), 1);
   EXPECT_EQ(cn->State(), ado::adStateClosed);
 }
 
 TEST(ConnectionFailures, MalformedStringRaises) {
   auto cn = std::make_shared<ado::Connection>();
-  EXPECT_EQ(NumberOf([&] { cn->Open("DRIVER={SQLite3;Database=x"); }), ado::DB_E_BADINITSTRING);
-  EXPECT_EQ(NumberOf([&] { cn->Open("Provider='MSDASQL.1;x=y"); }), ado::DB_E_BADINITSTRING);
+  EXPECT_EQ(ErrorNumber([&] { cn->Open("DRIVER={SQLite3;Database=x"); }), ado::DB_E_BADINITSTRING);
+  EXPECT_EQ(ErrorNumber([&] { cn->Open("Provider='MSDASQL.1;x=y"); }), ado::DB_E_BADINITSTRING);
 }
 
 TEST(ConnectionFailures, UnknownDriverGivesTheDriverManagerDiagnostic) {
@@ -162,7 +153,7 @@ TEST(ConnectionFailures, UnreachableServerFailsWithEveryRecord) {
   auto cn = std::make_shared<ado::Connection>();
   cn->ConnectionTimeout(5);
   // Port 1 on loopback: nothing listens there.
-  EXPECT_EQ(NumberOf([&] {
+  EXPECT_EQ(ErrorNumber([&] {
               cn->Open("Provider=MSDASQL.1;Extended Properties=\"DRIVER={PostgreSQL Unicode};SERVER=127.0.0.1;"
                        "PORT=1;DATABASE=x;UID=x\"");
             }),

@@ -7,6 +7,7 @@
 #include "velmora/ado/stream.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/com/error.hpp"
+#include "support_common/error_number.hpp"
 
 namespace velmora::test {
 namespace {
@@ -48,15 +49,6 @@ class EditTest : public EngineTest {
   }
 };
 
-int32_t NumberOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const com::Error& e) {
-    return e.Number();
-  }
-  return 0;
-}
-
 TEST_P(EditTest, UpdateByKeyTouchesOnlyItsRow) {
   const std::string t = Keyed();
   auto rs = Edit("SELECT * FROM " + t + " WHERE id = 2", ado::adLockOptimistic);
@@ -80,7 +72,7 @@ TEST_P(EditTest, ValuesAreConvertedToTheFieldType) {
   auto qty = rs->Fields()->Item(com::Variant("qty"));
   qty->Value(com::Variant("42"));
   EXPECT_EQ(qty->Value().VarType(), com::vbLong);
-  EXPECT_EQ(NumberOf([&] { qty->Value(com::Variant("forty")); }), com::errTypeMismatch);
+  EXPECT_EQ(ErrorNumber([&] { qty->Value(com::Variant("forty")); }), com::errTypeMismatch);
   rs->Update();
   EXPECT_EQ(com::CLng(Scalar("SELECT qty FROM " + t + " WHERE id = 1")), 42);
 }
@@ -124,7 +116,7 @@ TEST_P(EditTest, AddNewOfAnExistingKeyRaises) {
   EXPECT_EQ(rs->EditMode(), ado::adEditNone);
   rs->AddNew();
   rs->Fields()->Item(com::Variant("id"))->Value(com::Variant(int32_t{1}));
-  EXPECT_NE(NumberOf([&] { rs->Update(); }), 0);
+  EXPECT_NE(ErrorNumber([&] { rs->Update(); }), 0);
   EXPECT_EQ(com::CStr(Scalar("SELECT name FROM " + t + " WHERE id = 1")), "one");
 }
 
@@ -176,7 +168,7 @@ TEST_P(EditTest, KeylessTableRefusesAmbiguousAndChangedRows) {
   cn->Execute("INSERT INTO " + t + " VALUES ('same', 1)");
   auto rs = Edit("SELECT * FROM " + t, ado::adLockOptimistic);
   rs->Fields()->Item(com::Variant("qty"))->Value(com::Variant(int32_t{7}));
-  EXPECT_NE(NumberOf([&] { rs->Update(); }), 0);
+  EXPECT_NE(ErrorNumber([&] { rs->Update(); }), 0);
   EXPECT_EQ(com::CLng(Scalar("SELECT SUM(qty) FROM " + t)), 2);  // neither row changed
   rs->CancelUpdate();
   rs->Close();
@@ -185,7 +177,7 @@ TEST_P(EditTest, KeylessTableRefusesAmbiguousAndChangedRows) {
   rs = Edit("SELECT * FROM " + t, ado::adLockOptimistic);
   cn->Execute("UPDATE " + t + " SET qty = 2");
   rs->Fields()->Item(com::Variant("qty"))->Value(com::Variant(int32_t{9}));
-  EXPECT_EQ(NumberOf([&] { rs->Update(); }), ado::DB_E_CONCURRENCYVIOLATION);
+  EXPECT_EQ(ErrorNumber([&] { rs->Update(); }), ado::DB_E_CONCURRENCYVIOLATION);
   EXPECT_EQ(com::CLng(Scalar("SELECT qty FROM " + t)), 2);
 }
 
@@ -195,7 +187,7 @@ TEST_P(EditTest, OptimisticUpdateDetectsAChangedRow) {
   rs->Fields()->Item(com::Variant("qty"))->Value(com::Variant(int32_t{11}));
   auto other = Second();
   other->Execute("UPDATE " + t + " SET qty = 99 WHERE id = 1");
-  EXPECT_EQ(NumberOf([&] { rs->Update(); }), ado::DB_E_CONCURRENCYVIOLATION);
+  EXPECT_EQ(ErrorNumber([&] { rs->Update(); }), ado::DB_E_CONCURRENCYVIOLATION);
   EXPECT_EQ(com::CLng(Scalar("SELECT qty FROM " + t + " WHERE id = 1")), 99);
 }
 
@@ -206,13 +198,13 @@ TEST_P(EditTest, PessimisticEditLocksTheRowAndAnotherEditRaisesAtOnce) {
   auto other = Second();
   auto theirs = OpenOn(other, "SELECT * FROM " + t + " WHERE id = 1", ado::adLockPessimistic);  // opening never waits
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(NumberOf([&] { theirs->Fields()->Item(com::Variant("qty"))->Value(com::Variant(int32_t{12})); }),
+  EXPECT_EQ(ErrorNumber([&] { theirs->Fields()->Item(com::Variant("qty"))->Value(com::Variant(int32_t{12})); }),
             ado::DB_E_CONCURRENCYVIOLATION);
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
   EXPECT_EQ(theirs->EditMode(), ado::adEditNone);
   mine->Update();
   // The row changed after `theirs` read it: editing it again raises, it never overwrites.
-  EXPECT_EQ(NumberOf([&] { theirs->Fields()->Item(com::Variant("qty"))->Value(com::Variant(int32_t{12})); }),
+  EXPECT_EQ(ErrorNumber([&] { theirs->Fields()->Item(com::Variant("qty"))->Value(com::Variant(int32_t{12})); }),
             ado::DB_E_CONCURRENCYVIOLATION);
   EXPECT_EQ(com::CLng(Scalar("SELECT qty FROM " + t + " WHERE id = 1")), 11);
 }
@@ -255,7 +247,7 @@ TEST_P(EditTest, ALockConflictInsideTheCallersTransactionLeavesItUsable) {
   cn->Execute("UPDATE " + t + " SET name = 'mine' WHERE id = 3");
   if (IsPg()) {
     auto rs = Edit("SELECT * FROM " + t + " WHERE id = 1");
-    EXPECT_EQ(NumberOf([&] { rs->Fields()->Item(com::Variant("qty"))->Value(com::Variant(int32_t{6})); }),
+    EXPECT_EQ(ErrorNumber([&] { rs->Fields()->Item(com::Variant("qty"))->Value(com::Variant(int32_t{6})); }),
               ado::DB_E_CONCURRENCYVIOLATION);
   }
   cn->CommitTrans();
@@ -303,7 +295,7 @@ TEST_P(EditTest, GetUnkPatternCountsAndRefusesAConcurrentIncrement) {
   auto b = OpenOn(other, sql, ado::adLockPessimistic);
   a->Fields()->Item(com::Variant("SU_VALUE"))->Value(com::Variant(int32_t{3}));
   a->Update();
-  EXPECT_NE(NumberOf([&] {
+  EXPECT_NE(ErrorNumber([&] {
               b->Fields()->Item(com::Variant("SU_VALUE"))->Value(com::Variant(int32_t{3}));
               b->Update();
             }),
@@ -314,7 +306,7 @@ TEST_P(EditTest, GetUnkPatternCountsAndRefusesAConcurrentIncrement) {
   auto c1 = OpenOn(cn, fresh, ado::adLockPessimistic);
   auto c2 = OpenOn(other, fresh, ado::adLockPessimistic);
   c1->AddNew(com::Variant("SU_TABLE"), com::Variant("NEW"));
-  EXPECT_NE(NumberOf([&] { c2->AddNew(com::Variant("SU_TABLE"), com::Variant("NEW")); }), 0);
+  EXPECT_NE(ErrorNumber([&] { c2->AddNew(com::Variant("SU_TABLE"), com::Variant("NEW")); }), 0);
   EXPECT_EQ(com::CLng(Scalar("SELECT COUNT(*) FROM " + t + " WHERE SU_TABLE='NEW'")), 1);
 }
 

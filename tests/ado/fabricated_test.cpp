@@ -7,20 +7,12 @@
 #include "ado/engine_fixture.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/com/error.hpp"
+#include "support_common/error_number.hpp"
 
 namespace velmora::test {
 namespace {
 
 using ado::Recordset;
-
-int32_t NumberOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const com::Error& e) {
-    return e.Number();
-  }
-  return 0;
-}
 
 // An open, empty fabricated recordset with one Long field "field".
 std::shared_ptr<Recordset> Fabricated() {
@@ -44,23 +36,23 @@ TEST(ObjectModelFacts, NewRecordsetDefaults) {
 
 TEST(ObjectModelFacts, ClosedRecordsetRaisesObjectClosed) {
   Recordset rs;
-  EXPECT_EQ(NumberOf([&] { rs.Close(); }), ado::adErrObjectClosed);
-  EXPECT_EQ(NumberOf([&] { rs.EditMode(); }), ado::adErrObjectClosed);
-  EXPECT_EQ(NumberOf([&] { rs.Bookmark(); }), ado::adErrObjectClosed);
-  EXPECT_EQ(NumberOf([&] { rs.Bookmark(com::Variant(1.0)); }), ado::adErrObjectClosed);
-  EXPECT_EQ(NumberOf([&] { rs.AddNew(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { rs.Close(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { rs.EditMode(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { rs.Bookmark(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { rs.Bookmark(com::Variant(1.0)); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { rs.AddNew(); }), ado::adErrObjectClosed);
   auto open = Fabricated();
   open->Close();
-  EXPECT_EQ(NumberOf([&] { open->Close(); }), ado::adErrObjectClosed);
-  EXPECT_EQ(NumberOf([&] { open->AddNew(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { open->Close(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { open->AddNew(); }), ado::adErrObjectClosed);
 }
 
 TEST(ObjectModelFacts, OpenWithoutACurrentRecord) {
   auto rs = Fabricated();
-  EXPECT_EQ(NumberOf([&] { rs->EditMode(); }), ado::adErrNoCurrentRecord);
-  EXPECT_EQ(NumberOf([&] { rs->Bookmark(); }), ado::adErrNoCurrentRecord);
-  EXPECT_EQ(NumberOf([&] { rs->Bookmark(com::Variant()); }), ado::adErrInvalidArgument);
-  EXPECT_EQ(NumberOf([&] { rs->Open(); }), ado::adErrObjectOpen);
+  EXPECT_EQ(ErrorNumber([&] { rs->EditMode(); }), ado::adErrNoCurrentRecord);
+  EXPECT_EQ(ErrorNumber([&] { rs->Bookmark(); }), ado::adErrNoCurrentRecord);
+  EXPECT_EQ(ErrorNumber([&] { rs->Bookmark(com::Variant()); }), ado::adErrInvalidArgument);
+  EXPECT_EQ(ErrorNumber([&] { rs->Open(); }), ado::adErrObjectOpen);
 }
 
 TEST(ObjectModelFacts, FieldsItemTakesAnyNumberAsAnIndex) {
@@ -72,11 +64,11 @@ TEST(ObjectModelFacts, FieldsItemTakesAnyNumberAsAnIndex) {
   EXPECT_EQ(fields->Item(com::Variant(uint8_t{0})), first);
   EXPECT_EQ(fields->Item(com::Variant(0.1)), first);
   EXPECT_EQ(fields->Item(com::Variant("FIELD")), first);
-  EXPECT_EQ(NumberOf([&] { fields->Item(com::Variant(int32_t{1000})); }), ado::adErrItemNotFound);
-  EXPECT_EQ(NumberOf([&] { fields->Item(com::Variant(int32_t{-1})); }), ado::adErrItemNotFound);
-  EXPECT_EQ(NumberOf([&] { fields->Item(com::Variant("nothing")); }), ado::adErrItemNotFound);
-  EXPECT_EQ(NumberOf([&] { fields->Item(com::Variant()); }), ado::adErrItemNotFound);
-  EXPECT_EQ(NumberOf([&] { fields->Item(com::Null); }), ado::adErrItemNotFound);
+  EXPECT_EQ(ErrorNumber([&] { fields->Item(com::Variant(int32_t{1000})); }), ado::adErrItemNotFound);
+  EXPECT_EQ(ErrorNumber([&] { fields->Item(com::Variant(int32_t{-1})); }), ado::adErrItemNotFound);
+  EXPECT_EQ(ErrorNumber([&] { fields->Item(com::Variant("nothing")); }), ado::adErrItemNotFound);
+  EXPECT_EQ(ErrorNumber([&] { fields->Item(com::Variant()); }), ado::adErrItemNotFound);
+  EXPECT_EQ(ErrorNumber([&] { fields->Item(com::Null); }), ado::adErrItemNotFound);
   EXPECT_EQ(rs->Fields(), fields);  // always the same collection
 }
 
@@ -111,7 +103,7 @@ TEST(ObjectModelFacts, NewConnectionDefaults) {
   EXPECT_EQ(cn.Provider(), "MSDASQL");
   EXPECT_TRUE(cn.ConnectionString().IsNull());
   EXPECT_FALSE(cn.Version().empty());
-  EXPECT_EQ(NumberOf([&] { cn.Close(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { cn.Close(); }), ado::adErrObjectClosed);
   cn.ConnectionString("Provider=MSDASQL.1;Extended Properties=\"DRIVER=SQLite3\"");
   EXPECT_EQ(cn.ConnectionString().Get<std::string>(), "Provider=MSDASQL.1;Extended Properties=\"DRIVER=SQLite3\"");
   EXPECT_EQ(cn.Provider(), "MSDASQL.1");
@@ -119,7 +111,7 @@ TEST(ObjectModelFacts, NewConnectionDefaults) {
 
 TEST(Fabricated, OpenNeedsAppendedFields) {
   auto rs = std::make_shared<Recordset>();
-  EXPECT_EQ(NumberOf([&] { rs->Open(); }), ado::adErrInvalidConnection);
+  EXPECT_EQ(ErrorNumber([&] { rs->Open(); }), ado::adErrInvalidConnection);
   rs->Fields()->Append("field", ado::adInteger, 4);
   auto field = rs->Fields()->Item(com::Variant("field"));
   EXPECT_EQ(rs->Fields()->Count(), 1);
@@ -131,7 +123,7 @@ TEST(Fabricated, OpenNeedsAppendedFields) {
   field->NumericScale(12);
   EXPECT_EQ(field->Precision(), 7);
   EXPECT_EQ(field->NumericScale(), 12);
-  EXPECT_EQ(NumberOf([&] { rs->Fields()->Append("FIELD", ado::adInteger, 4); }), ado::adErrObjectInCollection);
+  EXPECT_EQ(ErrorNumber([&] { rs->Fields()->Append("FIELD", ado::adInteger, 4); }), ado::adErrObjectInCollection);
   rs->Open();
   EXPECT_EQ(rs->State(), ado::adStateOpen);
   EXPECT_TRUE(rs->IsBOF());
@@ -140,9 +132,9 @@ TEST(Fabricated, OpenNeedsAppendedFields) {
   EXPECT_TRUE(rs->ActiveConnection().IsObject());
   EXPECT_FALSE(rs->ActiveConnection().Object());
   EXPECT_EQ(rs->Fields()->Item(com::Variant("field")), field);  // the same object
-  EXPECT_EQ(NumberOf([&] { rs->EditMode(); }), ado::adErrNoCurrentRecord);
-  EXPECT_EQ(NumberOf([&] { rs->Open(); }), ado::adErrObjectOpen);
-  EXPECT_EQ(NumberOf([&] { rs->Fields()->Append("late", ado::adInteger, 4); }), ado::adErrIllegalOperation);
+  EXPECT_EQ(ErrorNumber([&] { rs->EditMode(); }), ado::adErrNoCurrentRecord);
+  EXPECT_EQ(ErrorNumber([&] { rs->Open(); }), ado::adErrObjectOpen);
+  EXPECT_EQ(ErrorNumber([&] { rs->Fields()->Append("late", ado::adInteger, 4); }), ado::adErrIllegalOperation);
 }
 
 TEST(Fabricated, AddNewEditsAndNavigates) {
@@ -175,19 +167,19 @@ TEST(Fabricated, AddNewEditsAndNavigates) {
   rs->MoveNext();
   EXPECT_TRUE(rs->IsEOF());
   EXPECT_FALSE(rs->IsBOF());
-  EXPECT_EQ(NumberOf([&] { rs->MoveNext(); }), ado::adErrNoCurrentRecord);
+  EXPECT_EQ(ErrorNumber([&] { rs->MoveNext(); }), ado::adErrNoCurrentRecord);
   rs->MoveFirst();
   rs->MovePrevious();
   EXPECT_TRUE(rs->IsBOF());
   EXPECT_FALSE(rs->IsEOF());
-  EXPECT_EQ(NumberOf([&] { field->Value(); }), ado::adErrNoCurrentRecord);
+  EXPECT_EQ(ErrorNumber([&] { field->Value(); }), ado::adErrNoCurrentRecord);
   rs->MoveLast();
   rs->Delete();
   rs->MoveFirst();
   EXPECT_EQ(rs->RecordCount(), 1);
   rs->Close();
   EXPECT_EQ(rs->Fields()->Count(), 0);
-  EXPECT_EQ(NumberOf([&] { field->Name(); }), ado::adErrObjectNotSet);
+  EXPECT_EQ(ErrorNumber([&] { field->Name(); }), ado::adErrObjectNotSet);
 }
 
 TEST(Fabricated, CancelUpdateOfAnAddedRowDropsIt) {
@@ -219,7 +211,7 @@ TEST(Fabricated, LongFieldsTakeChunks) {
   data->AppendChunk(com::Variant(com::ByteArray{1, 2}));
   EXPECT_EQ(data->Value().Get<com::ByteArray>(), (com::ByteArray{'A', 0, 1, 2}));
   EXPECT_EQ(data->ActualSize(), 4);
-  EXPECT_EQ(NumberOf([&] { rs->Fields()->Item(com::Variant("id"))->AppendChunk(com::Variant("1")); }),
+  EXPECT_EQ(ErrorNumber([&] { rs->Fields()->Item(com::Variant("id"))->AppendChunk(com::Variant("1")); }),
             ado::adErrFeatureNotAvailable);
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "velmora/com/error.hpp"
+#include "support_common/error_number.hpp"
 
 namespace {
 
@@ -13,15 +14,7 @@ using velmora::ado::Stream;
 namespace ado = velmora::ado;
 namespace com = velmora::com;
 
-template <class F>
-int32_t ErrorNumberOf(F&& f) {
-  try {
-    f();
-  } catch (const com::Error& e) {
-    return e.Number();
-  }
-  return 0;
-}
+using velmora::test::ErrorNumber;
 
 std::shared_ptr<Stream> OpenStream(int32_t type) {
   auto s = std::make_shared<Stream>();
@@ -45,14 +38,14 @@ TEST(Stream, NewStreamIsClosedTextUnicode) {
 
 TEST(Stream, ClosedStreamRaises3704) {
   Stream s;
-  EXPECT_EQ(ErrorNumberOf([&] { s.Size(); }), ado::adErrObjectClosed);
-  EXPECT_EQ(ErrorNumberOf([&] { s.IsEOS(); }), ado::adErrObjectClosed);
-  EXPECT_EQ(ErrorNumberOf([&] { s.Position(); }), ado::adErrObjectClosed);
-  EXPECT_EQ(ErrorNumberOf([&] { s.Position(0); }), ado::adErrObjectClosed);
-  EXPECT_EQ(ErrorNumberOf([&] { s.Read(); }), ado::adErrObjectClosed);
-  EXPECT_EQ(ErrorNumberOf([&] { s.ReadText(); }), ado::adErrObjectClosed);
-  EXPECT_EQ(ErrorNumberOf([&] { s.SetEOS(); }), ado::adErrObjectClosed);
-  EXPECT_EQ(ErrorNumberOf([&] { s.Close(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { s.Size(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { s.IsEOS(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { s.Position(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { s.Position(0); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { s.Read(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { s.ReadText(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { s.SetEOS(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { s.Close(); }), ado::adErrObjectClosed);
 }
 
 TEST(Stream, OpenWithoutSourceIsEmpty) {
@@ -62,12 +55,12 @@ TEST(Stream, OpenWithoutSourceIsEmpty) {
   EXPECT_EQ(s.Size(), 0);
   EXPECT_EQ(s.Position(), 0);
   EXPECT_TRUE(s.IsEOS());
-  EXPECT_EQ(ErrorNumberOf([&] { s.Open(); }), ado::adErrObjectOpen);
+  EXPECT_EQ(ErrorNumber([&] { s.Open(); }), ado::adErrObjectOpen);
 }
 
 TEST(Stream, OpenWithSourceIsNotSupported) {
   Stream s;
-  EXPECT_EQ(ErrorNumberOf([&] { s.Open(com::Variant("file.bin")); }), ado::adErrFeatureNotAvailable);
+  EXPECT_EQ(ErrorNumber([&] { s.Open(com::Variant("file.bin")); }), ado::adErrFeatureNotAvailable);
   EXPECT_EQ(s.State(), 0);
 }
 
@@ -76,7 +69,7 @@ TEST(Stream, CloseTwiceRaises) {
   s.Open();
   s.Close();
   EXPECT_EQ(s.State(), 0);
-  EXPECT_EQ(ErrorNumberOf([&] { s.Close(); }), ado::adErrObjectClosed);
+  EXPECT_EQ(ErrorNumber([&] { s.Close(); }), ado::adErrObjectClosed);
   s.Open();  // can be opened again, empty
   EXPECT_EQ(s.Size(), 0);
 }
@@ -107,14 +100,14 @@ TEST(Stream, SetEOSTruncatesAtPosition) {
 
 TEST(Stream, TextStreamRejectsByteOperations) {
   auto s = OpenStream(ado::adTypeText);
-  EXPECT_EQ(ErrorNumberOf([&] { s->Read(); }), ado::adErrIllegalOperation);
-  EXPECT_EQ(ErrorNumberOf([&] { s->Write(Bytes("ab")); }), ado::adErrIllegalOperation);
+  EXPECT_EQ(ErrorNumber([&] { s->Read(); }), ado::adErrIllegalOperation);
+  EXPECT_EQ(ErrorNumber([&] { s->Write(Bytes("ab")); }), ado::adErrIllegalOperation);
 }
 
 TEST(Stream, BinaryStreamRejectsTextOperations) {
   auto s = OpenStream(ado::adTypeBinary);
-  EXPECT_EQ(ErrorNumberOf([&] { s->ReadText(); }), ado::adErrIllegalOperation);
-  EXPECT_EQ(ErrorNumberOf([&] { s->WriteText("x"); }), ado::adErrIllegalOperation);
+  EXPECT_EQ(ErrorNumber([&] { s->ReadText(); }), ado::adErrIllegalOperation);
+  EXPECT_EQ(ErrorNumber([&] { s->WriteText("x"); }), ado::adErrIllegalOperation);
 }
 
 TEST(Stream, BinaryReadOfEmptyStreamIsNull) {
@@ -125,9 +118,9 @@ TEST(Stream, BinaryReadOfEmptyStreamIsNull) {
 
 TEST(Stream, BinaryWriteRejectsEmptyAndNonBytes) {
   auto s = OpenStream(ado::adTypeBinary);
-  EXPECT_EQ(ErrorNumberOf([&] { s->Write(com::Variant()); }), ado::adErrInvalidArgument);
-  EXPECT_EQ(ErrorNumberOf([&] { s->Write(com::Null); }), ado::adErrInvalidArgument);
-  EXPECT_EQ(ErrorNumberOf([&] { s->Write(int32_t{4}); }), ado::adErrInvalidArgument);
+  EXPECT_EQ(ErrorNumber([&] { s->Write(com::Variant()); }), ado::adErrInvalidArgument);
+  EXPECT_EQ(ErrorNumber([&] { s->Write(com::Null); }), ado::adErrInvalidArgument);
+  EXPECT_EQ(ErrorNumber([&] { s->Write(int32_t{4}); }), ado::adErrInvalidArgument);
 }
 
 TEST(Stream, BinaryWriteThenReadAll) {
@@ -148,7 +141,7 @@ TEST(Stream, BinaryReadCountStopsAtEnd) {
   s->Position(1);
   EXPECT_EQ(s->Read(1).Get<com::ByteArray>(), (com::ByteArray{8}));
   EXPECT_EQ(s->Read(10).Get<com::ByteArray>(), (com::ByteArray{7}));
-  EXPECT_EQ(ErrorNumberOf([&] { s->Read(-3); }), ado::adErrInvalidArgument);
+  EXPECT_EQ(ErrorNumber([&] { s->Read(-3); }), ado::adErrInvalidArgument);
 }
 
 TEST(Stream, WriteOverwritesThenExtends) {
@@ -166,7 +159,7 @@ TEST(Stream, PositionBeyondEndExtendsWithZeros) {
   EXPECT_EQ(s->Size(), 3);
   s->Position(0);
   EXPECT_EQ(s->Read().Get<com::ByteArray>(), (com::ByteArray{0, 0, 0}));
-  EXPECT_EQ(ErrorNumberOf([&] { s->Position(-1); }), ado::adErrInvalidArgument);
+  EXPECT_EQ(ErrorNumber([&] { s->Position(-1); }), ado::adErrInvalidArgument);
 }
 
 TEST(Stream, StringWrittenToBinaryStreamGivesUtf16leBytes) {
@@ -185,12 +178,12 @@ TEST(Stream, EmptyStringWritesNothing) {
 TEST(Stream, TypeAndCharsetAreFixedAwayFromTheStart) {
   auto s = OpenStream(ado::adTypeBinary);
   s->Write(com::ByteArray{1, 2});
-  EXPECT_EQ(ErrorNumberOf([&] { s->Type(ado::adTypeText); }), ado::adErrIllegalOperation);
-  EXPECT_EQ(ErrorNumberOf([&] { s->Charset("utf-8"); }), ado::adErrIllegalOperation);
+  EXPECT_EQ(ErrorNumber([&] { s->Type(ado::adTypeText); }), ado::adErrIllegalOperation);
+  EXPECT_EQ(ErrorNumber([&] { s->Charset("utf-8"); }), ado::adErrIllegalOperation);
   s->Position(0);
   s->Type(ado::adTypeText);
   EXPECT_EQ(s->Type(), ado::adTypeText);
-  EXPECT_EQ(ErrorNumberOf([&] { s->Type(3); }), ado::adErrInvalidArgument);
+  EXPECT_EQ(ErrorNumber([&] { s->Type(3); }), ado::adErrInvalidArgument);
 }
 
 TEST(Stream, TextWrittenAsUnicodeReadsBackAsBytes) {
@@ -203,7 +196,7 @@ TEST(Stream, TextWrittenAsUnicodeReadsBackAsBytes) {
 
 TEST(Stream, UnknownCharsetRaises) {
   Stream s;
-  EXPECT_EQ(ErrorNumberOf([&] { s.Charset("no-such-charset"); }), ado::adErrInvalidArgument);
+  EXPECT_EQ(ErrorNumber([&] { s.Charset("no-such-charset"); }), ado::adErrInvalidArgument);
   EXPECT_EQ(s.Charset(), "Unicode");
 }
 
@@ -248,7 +241,7 @@ TEST(Stream, LineFeedSeparator) {
   s->Position(0);
   EXPECT_EQ(s->ReadText(ado::adReadLine), "a\r");
   EXPECT_EQ(s->ReadText(ado::adReadLine), "b");
-  EXPECT_EQ(ErrorNumberOf([&] { s->LineSeparator(7); }), ado::adErrInvalidArgument);
+  EXPECT_EQ(ErrorNumber([&] { s->LineSeparator(7); }), ado::adErrInvalidArgument);
 }
 
 TEST(Stream, ReadTextCountsCharactersNotBytes) {
@@ -305,7 +298,7 @@ TEST(CharsetBytes, UnrepresentableCharacterBecomesQuestionMark) {
 }
 
 TEST(CharsetBytes, UnknownCharsetRaises) {
-  EXPECT_EQ(ErrorNumberOf([] { ado::CharsetBytesFromString("x", "no-such-charset"); }),
+  EXPECT_EQ(ErrorNumber([] { ado::CharsetBytesFromString("x", "no-such-charset"); }),
             ado::adErrInvalidArgument);
 }
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <random>
 
-#include "com/error_number.hpp"
+#include "support_common/error_number.hpp"
 #include "velmora/com.hpp"
 
 namespace velmora::com {

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "com/error_number.hpp"
+#include "support_common/error_number.hpp"
 #include "velmora/com.hpp"
 
 namespace velmora::com {

@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "com/error_number.hpp"
+#include "support_common/error_number.hpp"
 #include "velmora/com.hpp"
 
 namespace velmora::com {

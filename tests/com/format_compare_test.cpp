@@ -1,7 +1,7 @@
 // Format patterns and the comparison of variants.
 #include <gtest/gtest.h>
 
-#include "com/error_number.hpp"
+#include "support_common/error_number.hpp"
 #include "velmora/com.hpp"
 
 namespace velmora::com {

@@ -7,18 +7,12 @@
 
 #include "velmora/com/error.hpp"
 #include "velmora/flags/ado_flags.hpp"
+#include "support_common/error_number.hpp"
 
 namespace velmora {
 namespace {
 
-int32_t ErrorNumberOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const com::Error& e) {
-    return e.Number();
-  }
-  return 0;
-}
+using velmora::test::ErrorNumber;
 
 TEST(AdoFlags, WritingTheSameNameInAnotherCaseKeepsOneFlagWithTheLatestCase) {
   auto flags = std::make_shared<AdoFlags>();
@@ -75,9 +69,9 @@ TEST(AdoFlags, ObjectValuesAreHeldAndReturnedByReference) {
 TEST(AdoFlags, ItemAndRemoveOfMissingKeysRaiseFive) {
   auto flags = std::make_shared<AdoFlags>();
   flags->WriteProperty("A", com::Variant(int32_t{1}));
-  EXPECT_EQ(ErrorNumberOf([&] { flags->Item(com::Variant("B")); }), 5);
-  EXPECT_EQ(ErrorNumberOf([&] { flags->Item(int32_t{2}); }), 5);
-  EXPECT_EQ(ErrorNumberOf([&] { flags->Remove(com::Variant("B")); }), 5);
+  EXPECT_EQ(ErrorNumber([&] { flags->Item(com::Variant("B")); }), 5);
+  EXPECT_EQ(ErrorNumber([&] { flags->Item(int32_t{2}); }), 5);
+  EXPECT_EQ(ErrorNumber([&] { flags->Remove(com::Variant("B")); }), 5);
   flags->Remove(com::Variant("a"));
   EXPECT_EQ(flags->Count(), 0);
 }
@@ -116,8 +110,8 @@ TEST(AdoFlag, CopyToCannotAssignAnObjectByValue) {
   source->Name("OBJ");
   source->Value(com::Variant(std::make_shared<AdoFlags>()));
   auto target = std::make_shared<AdoFlag>();
-  EXPECT_EQ(ErrorNumberOf([&] { source->CopyTo(target); }), 438);
-  EXPECT_EQ(ErrorNumberOf([&] { source->CopyTo(nullptr); }), 91);
+  EXPECT_EQ(ErrorNumber([&] { source->CopyTo(target); }), 438);
+  EXPECT_EQ(ErrorNumber([&] { source->CopyTo(nullptr); }), 91);
 }
 
 }  // namespace

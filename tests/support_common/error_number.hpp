@@ -4,15 +4,15 @@
 
 #include "velmora/com/error.hpp"
 
-namespace velmora::com::test {
+namespace velmora::test {
 
 inline int32_t ErrorNumber(const std::function<void()>& action) {
   try {
     action();
-  } catch (const Error& e) {
+  } catch (const com::Error& e) {
     return e.Number();
   }
   return 0;
 }
 
-}  // namespace velmora::com::test
+}  // namespace velmora::test
