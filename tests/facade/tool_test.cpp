@@ -124,6 +124,13 @@ TEST(Tool, DemoRunsTheMainJob) {
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_TRUE(HasLine(run.out, "== Type tables ==")) << run.out;
   EXPECT_TRUE(HasLine(run.out, "  varchar +200 adVarChar")) << run.out;
+  EXPECT_TRUE(HasLine(run.out, "numbers for ORDERS: 1 2 3; for ITEMS: 1")) << run.out;
+  EXPECT_TRUE(HasLine(run.out, "release ORDERS: TLR_OK")) << run.out;
+  EXPECT_TRUE(HasLine(run.out, "  ID 1: NAME \"O'Brien & \", SINCE 00:00:00")) << run.out;
+  EXPECT_TRUE(HasLine(run.out, "  ID 2: NAME \"\", SINCE 0")) << run.out;
+  EXPECT_TRUE(HasLine(run.out, "serialized to [0-9]+ characters and back: ok")) << run.out;
+  EXPECT_TRUE(HasLine(run.out, "keys in order: apple apple fig pear plum")) << run.out;
+  EXPECT_TRUE(HasLine(run.out, "Find \"banana\": GE at 3, LT at 2, EQ at 0")) << run.out;
 }
 
 }  // namespace
