@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
+#include <type_traits>
 #include <unistd.h>
 
 #include "command.hpp"
@@ -21,18 +22,15 @@
 namespace velmora::tool {
 namespace {
 
-// Runs another registered command as one section of the demo.
-int RunSection(std::string_view title, std::string_view name) {
-  std::cout << "== " << title << " ==\n";
+// The exit code of another registered command, run with no arguments.
+int RunCommand(std::string_view name) {
   const auto& commands = Commands();
   const auto found = std::ranges::find(commands, name, &Command::name);
   if (found == commands.end()) {
     std::cerr << "velmora demo: command '" << name << "' is missing\n";
     return kExitFailed;
   }
-  const int rc = found->run({});
-  std::cout << "\n";
-  return rc;
+  return found->run({});
 }
 
 const char* LockResultName(TableLockReturn result) {
@@ -126,13 +124,18 @@ void ShowKeySet() {
             << keys->Find("banana", FIND_LT) << ", EQ at " << keys->Find("banana", FIND_EQ) << "\n";
 }
 
-// Runs one section; an error ends that section only, with exit code 1.
+// Runs one section; `show` returns an exit code or nothing. An error ends
+// that section only, with exit code 1.
 template <class Show>
 int Section(std::string_view title, Show&& show) {
   std::cout << "== " << title << " ==\n";
   int rc = kExitOk;
   try {
-    show();
+    if constexpr (std::is_same_v<std::invoke_result_t<Show>, int>) {
+      rc = show();
+    } else {
+      show();
+    }
   } catch (const std::exception& e) {
     std::cerr << "velmora demo: " << e.what() << "\n";
     rc = kExitFailed;
@@ -169,7 +172,7 @@ VELMORA_COMMAND("demo", "", "the main job on the embedded default: shows what th
   const ScratchFile database(".db");
   const ScratchFile ini(".ini");
   const int results[] = {
-      RunSection("Type tables", "types"),
+      Section("Type tables", [] { return RunCommand("types"); }),
       Section("System records", [&] { ShowSystemRecords(database.path()); }),
       Section("Field access and SQL text", [&] { ShowFieldAccess(database.path()); }),
       Section("Settings flags", [&] { ShowFlags(ini.path()); }),

@@ -34,35 +34,34 @@ void Fixed(ColumnPlan& p, int32_t type, int32_t size, uint8_t precision, FetchKi
   p.info.attributes |= adFldFixed;
 }
 
-void Text(ColumnPlan& p, const ColumnDescription& d, bool fixedLength) {
-  const bool isLong = d.sqlType == SQL_LONGVARCHAR || d.sqlType == SQL_WLONGVARCHAR || d.columnSize == 0 ||
-                      d.columnSize > kLongThreshold;
-  p.kind = FetchKind::Text;
+// Long values get the long type and size and adFldLong; others their own
+// type, their column size and, when fixed-length, adFldFixed.
+void Size(ColumnPlan& p, const ColumnDescription& d, bool isLong, int32_t longType, int32_t longSize,
+          int32_t shortType, bool fixedLength) {
   if (isLong) {
-    p.info.type = adLongVarWChar;
-    p.info.definedSize = kLongTextSize;
+    p.info.type = longType;
+    p.info.definedSize = longSize;
     p.info.attributes |= adFldLong;
     p.isLong = true;
   } else {
-    p.info.type = fixedLength ? adWChar : adVarWChar;
+    p.info.type = shortType;
     p.info.definedSize = ClampSize(d.columnSize);
     if (fixedLength) p.info.attributes |= adFldFixed;
   }
 }
 
+void Text(ColumnPlan& p, const ColumnDescription& d, bool fixedLength) {
+  const bool isLong = d.sqlType == SQL_LONGVARCHAR || d.sqlType == SQL_WLONGVARCHAR || d.columnSize == 0 ||
+                      d.columnSize > kLongThreshold;
+  p.kind = FetchKind::Text;
+  Size(p, d, isLong, adLongVarWChar, kLongTextSize, fixedLength ? adWChar : adVarWChar, fixedLength);
+}
+
 void Binary(ColumnPlan& p, const ColumnDescription& d) {
   const bool isLong = d.sqlType == SQL_LONGVARBINARY || d.columnSize == 0 || d.columnSize > kLongThreshold;
+  const bool fixedLength = d.sqlType == SQL_BINARY;
   p.kind = FetchKind::Binary;
-  if (isLong) {
-    p.info.type = adLongVarBinary;
-    p.info.definedSize = kLongBinarySize;
-    p.info.attributes |= adFldLong;
-    p.isLong = true;
-  } else {
-    p.info.type = d.sqlType == SQL_BINARY ? adBinary : adVarBinary;
-    p.info.definedSize = ClampSize(d.columnSize);
-    if (d.sqlType == SQL_BINARY) p.info.attributes |= adFldFixed;
-  }
+  Size(p, d, isLong, adLongVarBinary, kLongBinarySize, fixedLength ? adBinary : adVarBinary, fixedLength);
 }
 
 void Numeric(ColumnPlan& p, const ColumnDescription& d) {
