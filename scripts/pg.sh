@@ -62,6 +62,12 @@ case "$cmd" in
     echo "$port" >"$dir/port"
     psql_admin "$port" -c "SELECT 1 FROM pg_database WHERE datname='velmora_test'" | grep -q 1 ||
       psql_admin "$port" -c "CREATE DATABASE velmora_test" >/dev/null
+    # A database whose sessions start with backslash escapes in literals, as
+    # on servers configured with standard_conforming_strings off.
+    psql_admin "$port" -c "SELECT 1 FROM pg_database WHERE datname='velmora_test_legacy'" | grep -q 1 || {
+      psql_admin "$port" -c "CREATE DATABASE velmora_test_legacy" >/dev/null
+      psql_admin "$port" -c "ALTER DATABASE velmora_test_legacy SET standard_conforming_strings = off" >/dev/null
+    }
     echo "DRIVER={PostgreSQL Unicode};SERVER=127.0.0.1;PORT=$port;DATABASE=velmora_test;UID=velmora;PWD=;CommLog=0;Debug=0"
     ;;
   stop)

@@ -2,6 +2,7 @@
 
 #include "ado/connection_string.hpp"
 #include "ado/dialect/rewriter.hpp"
+#include "ado/dialect/statements.hpp"
 #include "ado/error_map.hpp"
 #include "ado/odbc/session.hpp"
 #include "ado/schema_rowsets.hpp"
@@ -13,8 +14,20 @@ namespace velmora::ado {
 Connection::Connection() : errors_(std::make_shared<ado::Errors>()) {}
 Connection::~Connection() = default;
 
+// The library's own errors replace what Errors held, as provider errors do:
+// the collection always describes the last failure.
+void Connection::Fail(int32_t number, const std::string& what) const {
+  errors_->Clear();
+  try {
+    detail::RaiseAdo(number, detail::kConnectionSource, what);
+  } catch (const com::Error& e) {
+    errors_->Append(std::make_shared<ado::Error>(e.Number(), e.Description(), e.Source(), "", 0));
+    throw;
+  }
+}
+
 void Connection::RaiseClosed(const char* what) const {
-  detail::RaiseAdo(adErrObjectClosed, detail::kConnectionSource, std::string(what) + " on a closed connection");
+  Fail(adErrObjectClosed, std::string(what) + " on a closed connection");
 }
 
 int32_t Connection::State() const noexcept { return session_ ? adStateOpen : adStateClosed; }
@@ -22,7 +35,7 @@ int32_t Connection::State() const noexcept { return session_ ? adStateOpen : adS
 com::Variant Connection::ConnectionString() const { return connectionString_; }
 
 void Connection::ConnectionString(const std::string& value) {
-  if (session_) detail::RaiseAdo(adErrObjectOpen, detail::kConnectionSource, "ConnectionString");
+  if (session_) Fail(adErrObjectOpen, "ConnectionString");
   connectionString_ = value;
 }
 
@@ -41,7 +54,13 @@ std::string Connection::Provider() const {
 std::shared_ptr<detail::Session> Connection::OpenSession(const std::string& connectionString) {
   try {
     const detail::OdbcTarget target = detail::ResolveConnectionString(connectionString);
-    return detail::Session::Connect(target, connectionTimeout_, errors_);
+    auto session = detail::Session::Connect(target, connectionTimeout_, errors_);
+    if (target.engine != ado::Engine::Other || session->EngineKind() == ado::Engine::Other) return session;
+    // A data source's engine is known only now: connect again with the
+    // settings the library relies on for it.
+    const detail::OdbcTarget known = detail::WithEngineSettings(target, session->EngineKind());
+    session.reset();
+    return detail::Session::Connect(known, connectionTimeout_, errors_);
   } catch (const com::Error& e) {
     // Errors found before the driver was reached still go into Errors.
     if (errors_->Count() == 0) {
@@ -54,11 +73,12 @@ std::shared_ptr<detail::Session> Connection::OpenSession(const std::string& conn
 void Connection::Open(const std::string& connectionString, const std::string& userID, const std::string& password,
                       int32_t options) {
   (void)options;
-  if (session_) detail::RaiseAdo(adErrObjectOpen, detail::kConnectionSource, "Connection.Open");
+  if (session_) Fail(adErrObjectOpen, "Connection.Open");
   if (!connectionString.empty()) connectionString_ = connectionString;
   std::string text = connectionString_.IsString() ? connectionString_.Get<std::string>() : std::string();
-  if (!userID.empty()) text += ";UID=" + userID;
-  if (!password.empty()) text += ";PWD=" + password;
+  // Values in braces where they need them, so that ';' or '}' stay inside.
+  if (!userID.empty()) text += ";" + detail::BuildOdbcString({{"UID", userID}});
+  if (!password.empty()) text += ";" + detail::BuildOdbcString({{"PWD", password}});
   errors_->Clear();
   session_ = OpenSession(text);
 }
@@ -76,7 +96,13 @@ std::shared_ptr<detail::Session> Connection::Session() const {
 ado::Engine Connection::Engine() const { return Session()->EngineKind(); }
 
 std::string Connection::TranslateSql(const std::string& sql) const {
-  return dialectRewriting_ ? dialect::Rewrite(sql, Engine()) : sql;
+  const std::optional<size_t> length = dialect::OneStatementLength(sql);
+  if (!length) {
+    Fail(adErrInvalidArgument, "the text holds more than one statement; run them one at a time");
+  }
+  // What follows the statement's closing ';' is blanks and comments only.
+  const std::string_view statement = std::string_view(sql).substr(0, *length);
+  return dialectRewriting_ ? dialect::Rewrite(statement, Engine()) : std::string(statement);
 }
 
 RecordsetPtr Connection::Execute(const std::string& commandText) {
@@ -104,7 +130,7 @@ RecordsetPtr Connection::Execute(const std::string& commandText, com::Variant& r
 int32_t Connection::BeginTrans() {
   auto session = Session();
   if (session->InTransaction()) {
-    detail::RaiseAdo(adErrFeatureNotAvailable, detail::kConnectionSource, "nested transactions");
+    Fail(adErrFeatureNotAvailable, "nested transactions");
   }
   session->BeginTransaction();
   return 1;
@@ -112,23 +138,23 @@ int32_t Connection::BeginTrans() {
 
 void Connection::CommitTrans() {
   auto session = Session();
-  if (!session->InCallerTransaction()) detail::RaiseAdo(adErrIllegalOperation, detail::kConnectionSource, "no transaction");
-  session->EndTransaction(true);
+  if (!session->InCallerTransaction()) Fail(adErrIllegalOperation, "no transaction");
+  session->EndTransaction(true, commandTimeout_);
 }
 
 void Connection::RollbackTrans() {
   auto session = Session();
-  if (!session->InCallerTransaction()) detail::RaiseAdo(adErrIllegalOperation, detail::kConnectionSource, "no transaction");
-  session->EndTransaction(false);
+  if (!session->InCallerTransaction()) Fail(adErrIllegalOperation, "no transaction");
+  session->EndTransaction(false, commandTimeout_);
 }
 
 void Connection::CommandTimeout(int32_t seconds) {
-  if (seconds < 0) detail::RaiseAdo(adErrInvalidArgument, detail::kConnectionSource, "CommandTimeout");
+  if (seconds < 0) Fail(adErrInvalidArgument, "CommandTimeout");
   commandTimeout_ = seconds;
 }
 
 void Connection::ConnectionTimeout(int32_t seconds) {
-  if (seconds < 0) detail::RaiseAdo(adErrInvalidArgument, detail::kConnectionSource, "ConnectionTimeout");
+  if (seconds < 0) Fail(adErrInvalidArgument, "ConnectionTimeout");
   connectionTimeout_ = seconds;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <unistd.h>
 
 #include "ado/error_map.hpp"
 #include "velmora/ado/types.hpp"
@@ -130,6 +131,12 @@ void AddDefault(std::vector<ConnectionPair>& pairs, std::string_view key, std::s
   if (!HasKey(pairs, key)) pairs.push_back({std::string(key), std::string(value)});
 }
 
+// Sets `key` to `value`, replacing what the caller gave.
+void Require(std::vector<ConnectionPair>& pairs, std::string_view key, std::string_view value) {
+  std::erase_if(pairs, [key](const ConnectionPair& p) { return IEquals(p.key, key); });
+  pairs.push_back({std::string(key), std::string(value)});
+}
+
 // Settings of docs/data-access.md for the engines whose drivers are known.
 void AddEngineDefaults(std::vector<ConnectionPair>& pairs, Engine engine) {
   if (engine == Engine::SQLite) {
@@ -141,9 +148,16 @@ void AddEngineDefaults(std::vector<ConnectionPair>& pairs, Engine engine) {
     AddDefault(pairs, "StepAPI", "1");
   } else if (engine == Engine::PostgreSQL) {
     AddDefault(pairs, "CommLog", "0");
-    // No SAVEPOINT per statement, and no silent rollback of the whole
-    // transaction on an error: a failed edit undoes only its own savepoint.
-    AddDefault(pairs, "Protocol", "7.4-0");
+    // A failed statement undoes only itself: inside the caller's
+    // transaction the work before it stays, and outside one the connection
+    // runs the next statement (with no rollback the server refuses every
+    // statement until the transaction ends; with the transaction level it
+    // silently undoes the caller's whole transaction). The library relies
+    // on it, so a value given by the caller is replaced.
+    Require(pairs, "Protocol", "7.4-2");
+    // Probes a silent peer (a host gone away) within about a minute.
+    AddDefault(pairs, "KeepaliveTime", "30");
+    AddDefault(pairs, "KeepaliveInterval", "5");
     AddDefault(pairs, "UseDeclareFetch", "1");
     AddDefault(pairs, "Fetch", "2000");
     AddDefault(pairs, "BoolsAsChar", "0");
@@ -171,11 +185,34 @@ OdbcTarget FromOdbcProvider(const std::vector<ConnectionPair>& outer) {
   return PlainOdbc(std::move(pairs));
 }
 
+// Why `file` cannot be opened as a database ("" when it can): the file
+// missing, a folder on its path missing, a folder in its place, or no
+// permission to read and write it.
+std::string DatabaseFileProblem(const std::string& file) {
+  namespace fs = std::filesystem;
+  std::error_code ec;
+  const fs::path path(file);
+  if (file.empty()) return "Could not find file ''.";
+  const fs::file_status status = fs::status(path, ec);
+  if (fs::is_directory(status)) return "'" + file + "' is a folder, not a database file.";
+  if (fs::is_regular_file(status)) {
+    if (access(file.c_str(), R_OK | W_OK) != 0) return "No permission to read and write '" + file + "'.";
+    return {};
+  }
+  if (status.type() == fs::file_type::not_found) {
+    const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
+    if (!fs::is_directory(folder, ec)) return "The folder of '" + file + "' does not exist.";
+    if (access(folder.c_str(), X_OK) != 0) return "No permission to look into the folder of '" + file + "'.";
+    return "Could not find file '" + file + "'.";
+  }
+  if (ec) return "Could not open '" + file + "': " + ec.message() + ".";
+  return "'" + file + "' is not a regular file.";
+}
+
 OdbcTarget FromFileProvider(const std::vector<ConnectionPair>& outer) {
   const std::string file = FindValue(outer, "Data Source");
-  std::error_code ec;
-  if (file.empty() || !std::filesystem::is_regular_file(file, ec)) {
-    RaiseProvider(nullptr, "Connection.Open failed", {{"HY000", 0, "Could not find file '" + file + "'."}});
+  if (const std::string problem = DatabaseFileProblem(file); !problem.empty()) {
+    RaiseProvider(nullptr, "Connection.Open failed", {{"HY000", 0, problem}});
   }
   std::vector<ConnectionPair> pairs{{"DRIVER", "SQLite3"}, {"Database", file}};
   return PlainOdbc(std::move(pairs));
@@ -184,6 +221,12 @@ OdbcTarget FromFileProvider(const std::vector<ConnectionPair>& outer) {
 }  // namespace
 
 std::vector<ConnectionPair> ParseConnectionString(std::string_view text) { return Parser(text).Run(); }
+
+OdbcTarget WithEngineSettings(const OdbcTarget& target, Engine engine) {
+  std::vector<ConnectionPair> pairs = ParseConnectionString(target.odbcString);
+  AddEngineDefaults(pairs, engine);
+  return OdbcTarget{BuildOdbcString(pairs), engine};
+}
 
 std::string FindValue(const std::vector<ConnectionPair>& pairs, std::string_view key) {
   for (auto it = pairs.rbegin(); it != pairs.rend(); ++it) {

@@ -36,6 +36,10 @@ struct OdbcTarget {
 // of the embedded provider does not exist.
 OdbcTarget ResolveConnectionString(std::string_view text);
 
+// `target` (whose engine only the server could tell) with the settings of
+// `engine` added, for a connection made again once the engine is known.
+OdbcTarget WithEngineSettings(const OdbcTarget& target, Engine engine);
+
 // The engine a driver name stands for ("SQLite3", "{PostgreSQL Unicode}").
 Engine EngineOfDriver(std::string_view driver);
 

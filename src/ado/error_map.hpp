@@ -10,10 +10,10 @@
 
 namespace velmora::ado::detail {
 
-inline constexpr const char* kProviderSource = "velmora.ado.odbc";
-inline constexpr const char* kConnectionSource = "velmora.ado.Connection";
-inline constexpr const char* kRecordsetSource = "velmora.ado.Recordset";
-inline constexpr const char* kFieldSource = "velmora.ado.Field";
+inline constexpr const char* kProviderSource = "Velmora.ado.odbc";
+inline constexpr const char* kConnectionSource = "Velmora.ado.Connection";
+inline constexpr const char* kRecordsetSource = "Velmora.ado.Recordset";
+inline constexpr const char* kFieldSource = "Velmora.ado.Field";
 
 struct ProviderDiag {
   std::string sqlState;

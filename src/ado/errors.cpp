@@ -20,7 +20,7 @@ ErrorPtr Errors::Item(const com::Variant& index) const {
   if (auto p = index.TryGet<int32_t>()) i = *p;
   else if (auto q = index.TryGet<int16_t>()) i = *q;
   else if (auto d = index.TryGet<double>()) i = static_cast<int64_t>(std::floor(*d));
-  if (i < 0 || i >= Count()) detail::RaiseAdo(adErrItemNotFound, "velmora.ado.Errors");
+  if (i < 0 || i >= Count()) detail::RaiseAdo(adErrItemNotFound, "Velmora.ado.Errors");
   return items_[static_cast<size_t>(i)];
 }
 

@@ -177,11 +177,11 @@ com::Variant Field::GetChunk(int32_t length) {
 FieldPtr Fields::Item(const com::Variant& index) const {
   if (auto name = index.TryGet<std::string>()) {
     const int32_t i = IndexOf(*name);
-    if (i < 0) detail::RaiseAdo(adErrItemNotFound, "velmora.ado.Fields", "field '" + *name + "'");
+    if (i < 0) detail::RaiseAdo(adErrItemNotFound, "Velmora.ado.Fields", "field '" + *name + "'");
     return items_[static_cast<size_t>(i)];
   }
   const int64_t i = ado::IndexOf(index);
-  if (i < 0 || i >= Count()) detail::RaiseAdo(adErrItemNotFound, "velmora.ado.Fields", "field position");
+  if (i < 0 || i >= Count()) detail::RaiseAdo(adErrItemNotFound, "Velmora.ado.Fields", "field position");
   return items_[static_cast<size_t>(i)];
 }
 
@@ -196,9 +196,9 @@ int32_t Fields::IndexOf(const std::string& name) const {
 void Fields::Append(const std::string& name, int32_t type, int32_t definedSize, int32_t attrib,
                     const com::Variant& fieldValue) {
   (void)fieldValue;
-  if (open_) detail::RaiseAdo(adErrIllegalOperation, "velmora.ado.Fields", "Append on an open recordset");
-  if (name.empty()) detail::RaiseAdo(adErrInvalidArgument, "velmora.ado.Fields", "Append without a name");
-  if (IndexOf(name) >= 0) detail::RaiseAdo(adErrObjectInCollection, "velmora.ado.Fields", "field '" + name + "'");
+  if (open_) detail::RaiseAdo(adErrIllegalOperation, "Velmora.ado.Fields", "Append on an open recordset");
+  if (name.empty()) detail::RaiseAdo(adErrInvalidArgument, "Velmora.ado.Fields", "Append without a name");
+  if (IndexOf(name) >= 0) detail::RaiseAdo(adErrObjectInCollection, "Velmora.ado.Fields", "field '" + name + "'");
   detail::ColumnInfo c;
   c.name = name;
   c.type = type;

@@ -15,7 +15,7 @@ namespace velmora::ado {
 
 namespace {
 
-constexpr const char* kStreamSource = "velmora.ado.Stream";
+constexpr const char* kStreamSource = "Velmora.ado.Stream";
 
 [[noreturn]] void RaiseStreamError(int32_t number) {
   detail::RaiseAdo(number, kStreamSource);

@@ -72,7 +72,7 @@ TEST_P(ConnectionTest, SqlErrorsRaiseAndFillErrors) {
     EXPECT_EQ(first->Number(), e.Number());
     EXPECT_FALSE(first->SQLState().empty());
     EXPECT_FALSE(first->Description().empty());
-    EXPECT_EQ(first->Source(), "velmora.ado.odbc");
+    EXPECT_EQ(first->Source(), "Velmora.ado.odbc");
     EXPECT_EQ(first->HelpContext(), 0);
     EXPECT_TRUE(first->HelpFile().empty());
     if (IsPg()) {
@@ -87,6 +87,30 @@ TEST_P(ConnectionTest, SqlErrorsRaiseAndFillErrors) {
   EXPECT_EQ(cn->Errors()->Count(), 0);
   EXPECT_NE(ErrorNumber([&] { cn->Execute("SELEC nothing"); }), 0);
   EXPECT_GE(cn->Errors()->Count(), 1);
+}
+
+TEST_P(ConnectionTest, ErrorsDescribeTheLastFailureOnly) {
+  EXPECT_NE(ErrorNumber([&] { cn->Execute("SELECT * FROM no_such_table" + suffix); }), 0);
+  ASSERT_GE(cn->Errors()->Count(), 1);
+  EXPECT_EQ(ErrorNumber([&] { cn->CommitTrans(); }), ado::adErrIllegalOperation);
+  ASSERT_EQ(cn->Errors()->Count(), 1);
+  EXPECT_EQ(cn->Errors()->Item(com::Variant(int32_t{0}))->Number(), ado::adErrIllegalOperation);
+  EXPECT_EQ(cn->Errors()->Item(com::Variant(int32_t{0}))->Source(), "Velmora.ado.Connection");
+  cn->Execute("SELECT 1");
+  EXPECT_EQ(cn->Errors()->Count(), 0);
+}
+
+TEST_P(ConnectionTest, APasswordArgumentMayHoldSeparatorsAndBraces) {
+  // Unquoted, the password would end early and name another user.
+  std::string withoutUser = ConnectionString();
+  if (IsPg()) withoutUser.erase(withoutUser.find("UID=velmora;"), std::string("UID=velmora;").size());
+  auto other = std::make_shared<ado::Connection>();
+  other->Open(withoutUser, IsPg() ? "velmora" : "", "p}w;UID=nobody");
+  EXPECT_EQ(other->State(), ado::adStateOpen);
+  if (IsPg()) {
+    auto rs = other->Execute("SELECT current_user");
+    EXPECT_EQ(com::CStr(rs->Fields()->Item(com::Variant(int32_t{0}))->Value()), "velmora");
+  }
 }
 
 TEST_P(ConnectionTest, IntegrityViolationHasItsNumber) {
@@ -173,6 +197,25 @@ TEST(ConnectionFailures, FileProviderNeedsAnExistingFile) {
     EXPECT_NE(e.Description().find("Could not find file"), std::string::npos);
   }
   EXPECT_FALSE(std::filesystem::exists(path));  // never created behind the caller's back
+}
+
+TEST(ConnectionFailures, FileProviderNamesWhyAFileCannotBeOpened) {
+  auto describe = [](const std::filesystem::path& path) {
+    auto cn = std::make_shared<ado::Connection>();
+    try {
+      cn->Open("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + path.string());
+    } catch (const com::Error& e) {
+      EXPECT_EQ(e.Number(), ado::E_FAIL_);
+      return e.Description();
+    }
+    ADD_FAILURE() << path << " opened";
+    return std::string();
+  };
+  const auto folder = TempDir();
+  EXPECT_NE(describe(folder).find("is a folder"), std::string::npos) << describe(folder);
+  const auto nowhere = folder / "no" / "such" / "folder" / "x.db";
+  EXPECT_NE(describe(nowhere).find("folder of"), std::string::npos) << describe(nowhere);
+  EXPECT_FALSE(std::filesystem::exists(folder / "no"));
 }
 
 TEST(ConnectionFailures, DefaultsBeforeOpen) {

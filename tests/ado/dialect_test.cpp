@@ -101,12 +101,20 @@ TEST(ConnectionStrings, EngineSettingsAreAddedUnlessGiven) {
   const auto pairs = ParseConnectionString(pg.odbcString);
   EXPECT_EQ(FindValue(pairs, "Fetch"), "10");
   EXPECT_EQ(FindValue(pairs, "UseDeclareFetch"), "1");
-  EXPECT_EQ(FindValue(pairs, "Protocol"), "7.4-0");
+  EXPECT_EQ(FindValue(pairs, "Protocol"), "7.4-2");
+  // The statement-level rollback the library relies on replaces any other.
+  const auto given = ResolveConnectionString("DRIVER={PostgreSQL Unicode};SERVER=h;Protocol=7.4-0");
+  EXPECT_EQ(FindValue(ParseConnectionString(given.odbcString), "Protocol"), "7.4-2");
   EXPECT_EQ(FindValue(pairs, "CommLog"), "0");
   const auto lite = ResolveConnectionString("Provider=MSDASQL;Extended Properties='DRIVER=SQLite3;Database=f'");
   EXPECT_EQ(lite.engine, Engine::SQLite);
   EXPECT_EQ(FindValue(ParseConnectionString(lite.odbcString), "SyncPragma"), "FULL");
   EXPECT_EQ(ResolveConnectionString("DSN=whatever").engine, Engine::Other);
+  // A DSN's engine is known once connected: its settings are added then.
+  const auto dsn = WithEngineSettings(ResolveConnectionString("DSN=whatever"), Engine::PostgreSQL);
+  EXPECT_EQ(dsn.engine, Engine::PostgreSQL);
+  EXPECT_EQ(FindValue(ParseConnectionString(dsn.odbcString), "Protocol"), "7.4-2");
+  EXPECT_EQ(FindValue(ParseConnectionString(dsn.odbcString), "DSN"), "whatever");
 }
 
 }  // namespace

@@ -14,10 +14,17 @@
 
 namespace velmora::test {
 
-enum class TestEngine { SQLite, PostgreSQL };
+// PostgreSQLLegacyStrings: the test server's database whose sessions start
+// with standard_conforming_strings off (backslashes escape in literals).
+enum class TestEngine { SQLite, PostgreSQL, PostgreSQLLegacyStrings };
 
 inline std::string EngineName(const ::testing::TestParamInfo<TestEngine>& info) {
-  return info.param == TestEngine::SQLite ? "SQLite" : "PostgreSQL";
+  switch (info.param) {
+    case TestEngine::SQLite: return "SQLite";
+    case TestEngine::PostgreSQL: return "PostgreSQL";
+    case TestEngine::PostgreSQLLegacyStrings: return "PostgreSQLLegacyStrings";
+  }
+  return "";
 }
 
 class EngineTest : public ::testing::TestWithParam<TestEngine> {
@@ -41,13 +48,14 @@ class EngineTest : public ::testing::TestWithParam<TestEngine> {
 
   std::string ConnectionString() {
     if (GetParam() == TestEngine::PostgreSQL) return PostgresOdbc();
+    if (GetParam() == TestEngine::PostgreSQLLegacyStrings) return PostgresOdbcLegacyStrings();
     if (sqliteFile.empty()) {
       sqliteFile = TempFile(".db").string();
       std::ofstream(sqliteFile).flush();
     }
     return "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + sqliteFile;
   }
-  bool IsPg() const { return GetParam() == TestEngine::PostgreSQL; }
+  bool IsPg() const { return GetParam() != TestEngine::SQLite; }
 
   // Creates table `base` + a unique suffix with the given column list; returns its name.
   std::string Table(const std::string& base, const std::string& columns) {

@@ -72,12 +72,12 @@ TEST_F(FieldServicesTest, SetErrorKeepsTheRecordsOtherItems) {
 TEST_F(FieldServicesTest, SetErrorInAHandlerStartsFromTheExceptionBeingHandled) {
   Support().SetError(int32_t{1}, "old", "old");
   try {
-    throw com::Error(-2147217900, "syntax error", "velmora.ado.odbc", "help.chm", 12);
+    throw com::Error(-2147217900, "syntax error", "Velmora.ado.odbc", "help.chm", 12);
   } catch (...) {
     Support().SetError(Missing, Missing, "every provider error");
   }
   EXPECT_EQ(Record(),
-            std::make_tuple(-2147217900, "velmora.ado.odbc", "every provider error", "help.chm", 12));
+            std::make_tuple(-2147217900, "Velmora.ado.odbc", "every provider error", "help.chm", 12));
 }
 
 TEST_F(FieldServicesTest, SetErrorTreatsAnUnconvertibleItemAsMissing) {
@@ -100,7 +100,7 @@ TEST_F(FieldServicesTest, RaiseErrorRecordRaisesTheRecord) {
 
 TEST_F(FieldServicesTest, SetErrorTwiceInOneHandlerBuildsOnTheRecord) {
   try {
-    throw com::Error(3021, "No current record.", "velmora.ado");
+    throw com::Error(3021, "No current record.", "Velmora.ado");
   } catch (...) {
     Support().SetError(int32_t{20000}, Missing, "first");
     Support().SetError(Missing, "Velmora.Test.Proc", Missing);

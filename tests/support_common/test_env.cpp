@@ -48,6 +48,17 @@ std::string PostgresOdbc() {
   return conn;
 }
 
+std::string PostgresOdbcLegacyStrings() {
+  std::string conn = PostgresOdbc();
+  const std::string database = "DATABASE=velmora_test;";
+  const size_t at = conn.find(database);
+  if (at == std::string::npos) {
+    ADD_FAILURE() << "VELMORA_PG_ODBC names no DATABASE=velmora_test";
+    return conn;
+  }
+  return conn.replace(at, database.size(), "DATABASE=velmora_test_legacy;");
+}
+
 std::string FreshSqliteOdbc() {
   return "DRIVER=SQLite3;Database=" + TempFile(".db").string();
 }

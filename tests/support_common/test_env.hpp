@@ -17,6 +17,9 @@ std::filesystem::path TempFile(const std::string& extension);
 // The ODBC connection string of the test PostgreSQL server; fails the
 // current test when the server was not started.
 std::string PostgresOdbc();
+// The same server's database whose sessions start with
+// standard_conforming_strings off, as on a server configured that way.
+std::string PostgresOdbcLegacyStrings();
 // An ODBC connection string for a new SQLite file in TempDir().
 std::string FreshSqliteOdbc();
 // Folder of the shared test data (Chinook, Northwind, the recordset corpus).

@@ -84,6 +84,7 @@ class Connection : public com::Object {
  private:
   std::shared_ptr<detail::Session> OpenSession(const std::string& connectionString);
   [[noreturn]] void RaiseClosed(const char* what) const;
+  [[noreturn]] void Fail(int32_t number, const std::string& what) const;
 
   std::shared_ptr<detail::Session> session_;
   ErrorsPtr errors_;

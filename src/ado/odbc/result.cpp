@@ -195,14 +195,21 @@ OdbcResult::OdbcResult(std::shared_ptr<void> keepAlive, StmtHandle stmt, ResultO
 
 OdbcResult::~OdbcResult() {
   if (streaming_) options_.stream->Release(this);
-  if (stmt_) SQLCloseCursor(stmt_.Get());
+  if (stmt_) Watched(SQLCloseCursor);
+}
+
+template <typename Call>
+SQLRETURN OdbcResult::Watched(Call call) {
+  if (!options_.watch) return call(stmt_.Get());
+  auto guard = options_.watch->Watch(options_.timeoutSeconds, stmt_.Get());
+  return call(stmt_.Get());
 }
 
 void OdbcResult::ClaimStream() { streaming_ = options_.stream != nullptr && options_.stream->Claim(this); }
 
 void OdbcResult::EndOfRows() {
   done_ = true;
-  SQLFreeStmt(stmt_.Get(), SQL_CLOSE);
+  Watched([](SQLHSTMT h) { return SQLFreeStmt(h, SQL_CLOSE); });
   if (streaming_) options_.stream->Release(this);
   streaming_ = false;
 }
@@ -236,7 +243,8 @@ size_t OdbcResult::FetchSettled(std::vector<detail::Row>& rows, size_t first, si
 }
 
 void OdbcResult::Fail(const std::string& what) {
-  odbc::Fail(SQL_HANDLE_STMT, stmt_.Get(), options_.wide, options_.errors, what);
+  odbc::Fail(SQL_HANDLE_STMT, stmt_.Get(), options_.wide, options_.errors,
+             options_.watch ? options_.watch->Explain(what) : what);
 }
 
 void OdbcResult::Describe() {
@@ -331,7 +339,7 @@ size_t OdbcResult::Fetch(std::vector<detail::Row>& rows, size_t first, size_t co
 size_t OdbcResult::FetchBlock(std::vector<detail::Row>& rows, size_t first, size_t count) {
   // The block size is fixed at binding time; the cursor asks for PreferredBlock().
   (void)count;
-  const SQLRETURN rc = SQLFetch(stmt_.Get());
+  const SQLRETURN rc = Watched(SQLFetch);
   if (rc == SQL_NO_DATA) {
     EndOfRows();
     return 0;
@@ -392,7 +400,7 @@ void OdbcResult::StoreBound(size_t column, size_t row, com::Variant& out) {
 size_t OdbcResult::FetchSingle(std::vector<detail::Row>& rows, size_t first, size_t count) {
   size_t n = 0;
   while (n < count && first + n < rows.size()) {
-    const SQLRETURN rc = SQLFetch(stmt_.Get());
+    const SQLRETURN rc = Watched(SQLFetch);
     if (rc == SQL_NO_DATA) {
       EndOfRows();
       break;
@@ -463,7 +471,7 @@ void OdbcResult::Restart() {
   settledRows_.clear();
   settledNext_ = 0;
   settledError_ = nullptr;
-  SQLCloseCursor(stmt_.Get());
+  Watched(SQLCloseCursor);
   done_ = false;
   execute_(stmt_);
   ClaimStream();

@@ -8,6 +8,7 @@
 
 #include "ado/cursor.hpp"
 #include "ado/odbc/api.hpp"
+#include "ado/odbc/call_watch.hpp"
 #include "ado/odbc/stream_slot.hpp"
 #include "velmora/ado/connection.hpp"
 
@@ -43,6 +44,8 @@ struct ResultOptions {
   bool bindSingleRows = false;  // the driver can SQLGetData a bound column
   Errors* errors = nullptr;
   StreamSlot* stream = nullptr;  // set when the driver may step through the result
+  const CallWatch* watch = nullptr;  // bounds the waits of fetches
+  int32_t timeoutSeconds = 0;        // how long one fetch may wait (0: no limit)
 };
 
 class OdbcResult : public detail::RowSource, private StreamedRows {
@@ -66,6 +69,9 @@ class OdbcResult : public detail::RowSource, private StreamedRows {
   bool FitsBound(size_t column, size_t row) const;
   void StoreBound(size_t column, size_t row, com::Variant& out);
   [[noreturn]] void Fail(const std::string& what);
+  // A fetch (or cursor close) on the driver, its wait bounded by the watch.
+  template <typename Call>
+  SQLRETURN Watched(Call call);
   void ClaimStream();
   // No more rows: closes the driver's cursor and frees the connection's stream.
   void EndOfRows();

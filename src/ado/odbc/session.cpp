@@ -4,6 +4,7 @@
 
 #include "ado/error_map.hpp"
 #include "ado/odbc/api.hpp"
+#include "ado/odbc/call_watch.hpp"
 #include "ado/odbc/params.hpp"
 #include "ado/odbc/result.hpp"
 #include "ado/odbc/stream_slot.hpp"
@@ -12,6 +13,13 @@
 #include "velmora/com/conversions.hpp"
 
 namespace velmora::ado::detail {
+namespace {
+
+// How long the session's own housekeeping calls (commit, rollback, closing
+// a cursor) may wait on the server.
+constexpr int32_t kHousekeepingSeconds = 30;
+
+}  // namespace
 
 struct Session::Impl {
   odbc::EnvHandle env;
@@ -27,9 +35,20 @@ struct Session::Impl {
   ErrorsPtr errors;
   std::string dbmsName;
   TableKeyCache keys;
+  odbc::CallWatch watch;
 
   [[noreturn]] void FailDbc(const std::string& what) const {
-    odbc::Fail(SQL_HANDLE_DBC, dbc.Get(), wide, errors.get(), what);
+    odbc::Fail(SQL_HANDLE_DBC, dbc.Get(), wide, errors.get(), Explained(what));
+  }
+  std::string Explained(const std::string& what) const { return watch.Explain(what); }
+  // Ends the open transaction, the wait bounded by the watch.
+  SQLRETURN EndTran(bool commit, int32_t timeoutSeconds = kHousekeepingSeconds) const {
+    auto guard = watch.Watch(timeoutSeconds > 0 ? timeoutSeconds : kHousekeepingSeconds);
+    return SQLEndTran(SQL_HANDLE_DBC, dbc.Get(), commit ? SQL_COMMIT : SQL_ROLLBACK);
+  }
+  // Raises at once on a connection whose link the watch cut.
+  void RequireLink(const std::string& what) const {
+    if (watch.LinkCut()) RaiseProvider(errors.get(), Explained(what), {});
   }
   std::string InfoText(SQLUSMALLINT info) const {
     char buffer[256] = {};
@@ -51,12 +70,13 @@ struct Session::Impl {
   }
   // The rows of an executed statement, or the count of rows it changed.
   Outcome Finish(std::shared_ptr<Session> self, odbc::StmtHandle stmt, std::function<void(odbc::StmtHandle&)> run,
-                 odbc::StreamSlot* streamSlot) {
+                 odbc::StreamSlot* streamSlot, int32_t timeoutSeconds) {
     Outcome outcome;
     SQLSMALLINT columns = 0;
     SQLNumResultCols(stmt.Get(), &columns);
     if (columns > 0) {
-      odbc::ResultOptions options{engine, wide, blockReads, bindSingleRows, errors.get(), streamSlot};
+      odbc::ResultOptions options{engine, wide, blockReads, bindSingleRows, errors.get(), streamSlot, &watch,
+                                  timeoutSeconds};
       outcome.rows = std::make_unique<odbc::OdbcResult>(std::move(self), std::move(stmt), options, std::move(run));
       return outcome;
     }
@@ -68,10 +88,28 @@ struct Session::Impl {
 
 namespace {
 
-// Raises `what` from the statement's diagnostics unless `rc` succeeded.
-void Check(SQLRETURN rc, const odbc::StmtHandle& h, bool wide, Errors* errors, const std::string& what) {
-  if (!SQL_SUCCEEDED(rc) && rc != SQL_NO_DATA) odbc::Fail(SQL_HANDLE_STMT, h.Get(), wide, errors, what);
-}
+// What a statement needs to run and report: the driver's character width,
+// where errors go, the watch over its wait and its time limit.
+struct RunContext {
+  bool wide;
+  Errors* errors;
+  const odbc::CallWatch* watch;
+  int32_t timeoutSeconds;
+  std::string what;
+
+  // Runs `call` on `h` under the watch; raises from its diagnostics when it failed.
+  template <typename Call>
+  void Run(odbc::StmtHandle& h, Call call) const {
+    SQLRETURN rc;
+    {
+      auto guard = watch->Watch(timeoutSeconds, h.Get());
+      rc = call(h.Get());
+    }
+    if (SQL_SUCCEEDED(rc) || rc == SQL_NO_DATA) return;
+    odbc::Fail(SQL_HANDLE_STMT, h.Get(), wide, errors, watch->Explain(what));
+  }
+};
+
 
 // True when the prepared statement has result columns and the driver knows
 // the declared type of each. In step mode the driver describes a column
@@ -174,7 +212,7 @@ SQLRETURN CallCatalog(SQLHSTMT s, CatalogCall call, CatalogArgs& a) {
 Session::Session() : impl_(std::make_unique<Impl>()) {}
 Session::~Session() {
   if (impl_->dbc) {
-    if (impl_->transaction != Impl::Tx::None) SQLEndTran(SQL_HANDLE_DBC, impl_->dbc.Get(), SQL_ROLLBACK);
+    if (impl_->transaction != Impl::Tx::None && !impl_->watch.LinkCut()) impl_->EndTran(false);
     SQLDisconnect(impl_->dbc.Get());
   }
 }
@@ -216,7 +254,24 @@ std::shared_ptr<Session> Session::Connect(const OdbcTarget& target, int32_t logi
   s.blockReads = (extensions & kNeeded) == kNeeded;
   constexpr SQLUINTEGER kBoundReads = SQL_GD_ANY_COLUMN | SQL_GD_BOUND;
   s.bindSingleRows = (extensions & kBoundReads) == kBoundReads;
+  if (s.engine == Engine::PostgreSQL) session->PrepareServerSession();
   return session;
+}
+
+// Makes the server read literals as the library's quoting writes them (a
+// backslash is an ordinary character), whatever the server's configuration,
+// and finds the connection's socket by the ports the server sees, so that
+// calls can be bounded when the server stalls. One round trip.
+void Session::PrepareServerSession() {
+  Outcome outcome = Execute("SELECT set_config('standard_conforming_strings', 'on', false), inet_client_port(), "
+                            "inet_server_port()",
+                            kHousekeepingSeconds, "Preparing the session failed");
+  std::vector<Row> rows(1);
+  if (!outcome.rows || outcome.rows->Fetch(rows, 0, 1) != 1) return;
+  const Row& row = rows[0];
+  if (com::CStr(row.at(0)) != "on") RaiseProvider(impl_->errors.get(), "The server keeps backslash escapes in literals", {});
+  if (row.at(1).IsNull() || row.at(2).IsNull()) return;  // a local socket: no port to find it by
+  impl_->watch.AttachSocket(com::CLng(row.at(1)), com::CLng(row.at(2)));
 }
 
 Engine Session::EngineKind() const noexcept { return impl_->engine; }
@@ -241,8 +296,7 @@ Session::Outcome Session::Execute(const std::string& sql, int32_t timeoutSeconds
 // fetch that never comes.
 Session::Outcome Session::Execute(const std::string& sql, const std::vector<Param>& params, int32_t timeoutSeconds,
                                   const std::string& what) {
-  const bool wide = impl_->wide;
-  Errors* errors = impl_->errors.get();
+  impl_->RequireLink(what);
   const bool plainQuery = odbc::IsPlainQuery(sql);
   if (impl_->stepMode && !plainQuery) impl_->stream.Settle();
   if (!plainQuery && ChangesDefinitions(sql)) impl_->keys.byTable.clear();
@@ -251,16 +305,16 @@ Session::Outcome Session::Execute(const std::string& sql, const std::vector<Para
   }
   if (impl_->stepMode && plainQuery && params.empty()) {
     odbc::StmtHandle stmt = impl_->NewStatement(timeoutSeconds);
+    const RunContext context{impl_->wide, impl_->errors.get(), &impl_->watch, timeoutSeconds, what};
     // Step mode belongs to the SQLite driver, which is given narrow text.
-    Check(SQLPrepare(stmt.Get(), reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.data())),
-                     static_cast<SQLINTEGER>(sql.size())),
-          stmt, wide, errors, what);
+    context.Run(stmt, [&sql](SQLHSTMT h) {
+      return SQLPrepare(h, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.data())),
+                        static_cast<SQLINTEGER>(sql.size()));
+    });
     if (EveryColumnDeclared(stmt.Get())) {
-      auto execute = [wide, errors, what](odbc::StmtHandle& h) {
-        Check(SQLExecute(h.Get()), h, wide, errors, what);
-      };
+      auto execute = [context](odbc::StmtHandle& h) { context.Run(h, [](SQLHSTMT s) { return SQLExecute(s); }); };
       execute(stmt);
-      return impl_->Finish(shared_from_this(), std::move(stmt), execute, &impl_->stream);
+      return impl_->Finish(shared_from_this(), std::move(stmt), execute, &impl_->stream, timeoutSeconds);
     }
   }
   Outcome outcome = ExecuteOnce(sql, params, timeoutSeconds, what);
@@ -284,20 +338,21 @@ int64_t Session::ChangesOfLastStatement() {
 Session::Outcome Session::ExecuteOnce(const std::string& sql, const std::vector<Param>& params,
                                       int32_t timeoutSeconds, const std::string& what) {
   const bool wide = impl_->wide;
-  Errors* errors = impl_->errors.get();
   odbc::StmtHandle stmt = impl_->NewStatement(timeoutSeconds);
   if (impl_->stepMode) {
     SQLSetStmtAttr(stmt.Get(), SQL_ATTR_CURSOR_TYPE, reinterpret_cast<SQLPOINTER>(SQL_CURSOR_STATIC), 0);
   }
   auto bound = std::make_shared<odbc::BoundParams>(params, impl_->engine, wide);
-  auto run = [sql, wide, errors, what, bound](odbc::StmtHandle& h) {
-    SQLRETURN rc = bound->BindTo(h.Get());
-    if (SQL_SUCCEEDED(rc)) rc = ExecText(h.Get(), sql, wide);
-    Check(rc, h, wide, errors, what);
+  const RunContext context{wide, impl_->errors.get(), &impl_->watch, timeoutSeconds, what};
+  auto run = [sql, wide, context, bound](odbc::StmtHandle& h) {
+    context.Run(h, [&](SQLHSTMT s) {
+      const SQLRETURN rc = bound->BindTo(s);
+      return SQL_SUCCEEDED(rc) ? ExecText(s, sql, wide) : rc;
+    });
   };
   run(stmt);
   odbc::StreamSlot* slot = impl_->engine == Engine::PostgreSQL ? &impl_->stream : nullptr;
-  return impl_->Finish(shared_from_this(), std::move(stmt), run, slot);
+  return impl_->Finish(shared_from_this(), std::move(stmt), run, slot, timeoutSeconds);
 }
 
 std::unique_ptr<RowSource> Session::Catalog(CatalogCall call, const std::vector<std::optional<std::string>>& args) {
@@ -312,7 +367,7 @@ std::unique_ptr<RowSource> Session::Catalog(CatalogCall call, const std::vector<
   };
   run(stmt);
   // Catalog results are read by position, one row at a time.
-  odbc::ResultOptions options{impl_->engine, wide, false, false, errors};
+  odbc::ResultOptions options{impl_->engine, wide, false, false, errors, nullptr, &impl_->watch, kHousekeepingSeconds};
   return std::make_unique<odbc::OdbcResult>(shared_from_this(), std::move(stmt), options, run);
 }
 
@@ -339,15 +394,27 @@ void Session::BeginTransaction() {
   impl_->transaction = Impl::Tx::Caller;
 }
 
-void Session::EndTransaction(bool commit) {
+// Whatever the outcome, the connection leaves the transaction in automatic
+// commit: a commit the engine refused is rolled back (an engine may keep
+// the transaction open after a failed COMMIT) and the error says so.
+void Session::EndTransaction(bool commit, int32_t timeoutSeconds) {
+  impl_->RequireLink(commit ? "Connection.CommitTrans failed" : "Connection.RollbackTrans failed");
   impl_->stream.TransactionEnds();  // server cursors declared inside it end with it
-  const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, impl_->dbc.Get(), commit ? SQL_COMMIT : SQL_ROLLBACK);
-  if (!SQL_SUCCEEDED(rc)) impl_->FailDbc(commit ? "Connection.CommitTrans failed" : "Connection.RollbackTrans failed");
-  impl_->transaction = Impl::Tx::None;
-  if (!SQL_SUCCEEDED(SQLSetConnectAttr(impl_->dbc.Get(), SQL_ATTR_AUTOCOMMIT,
-                                       reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0))) {
-    impl_->FailDbc("Restoring automatic commit failed");
+  SQLRETURN rc = impl_->EndTran(commit, timeoutSeconds);
+  std::vector<odbc::DiagRecord> diags;
+  if (!SQL_SUCCEEDED(rc)) {
+    diags = odbc::ReadDiagnostics(impl_->dbc, impl_->wide);
+    if (commit && !impl_->watch.LinkCut()) impl_->EndTran(false, timeoutSeconds);
   }
+  impl_->transaction = Impl::Tx::None;
+  const SQLRETURN restored = SQLSetConnectAttr(impl_->dbc.Get(), SQL_ATTR_AUTOCOMMIT,
+                                               reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0);
+  if (!SQL_SUCCEEDED(rc)) {
+    const std::string what = commit ? "Connection.CommitTrans failed; the transaction was rolled back"
+                                    : "Connection.RollbackTrans failed";
+    RaiseProvider(impl_->errors.get(), impl_->Explained(what + " and automatic commit is on again"), diags);
+  }
+  if (!SQL_SUCCEEDED(restored)) impl_->FailDbc("Restoring automatic commit failed");
 }
 
 // The embedded engine takes its write lock for the whole transaction at
@@ -365,7 +432,7 @@ void Session::BeginEditTransaction() {
 
 void Session::EndEditTransaction(bool commit) {
   if (impl_->engine != Engine::SQLite) {
-    EndTransaction(commit);
+    EndTransaction(commit, kHousekeepingSeconds);
     return;
   }
   try {

@@ -60,7 +60,9 @@ class Session : public std::enable_shared_from_this<Session> {
 
   // The caller's transaction (Connection.BeginTrans).
   void BeginTransaction();
-  void EndTransaction(bool commit);
+  // Commits or rolls back, waiting at most `timeoutSeconds` (0: the
+  // session's own bound) on the server.
+  void EndTransaction(bool commit, int32_t timeoutSeconds);
   // True while any transaction is open on the session: the caller's, or one
   // that an edit of a Recordset opened.
   bool InTransaction() const noexcept;
@@ -79,6 +81,7 @@ class Session : public std::enable_shared_from_this<Session> {
 
  private:
   Session();
+  void PrepareServerSession();
   Outcome ExecuteOnce(const std::string& sql, const std::vector<Param>& params, int32_t timeoutSeconds,
                       const std::string& what);
   int64_t ChangesOfLastStatement();
