@@ -1,5 +1,8 @@
 #include "sysrecords/attempts.hpp"
 
+#include <algorithm>
+
+#include "velmora/ado/connection.hpp"
 #include "velmora/ado/recordset.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/fields/sql_text.hpp"
@@ -42,6 +45,15 @@ int32_t DeadlineAfter(int32_t seconds) {
 }
 
 bool DeadlinePassed(int32_t deadline) { return deadline <= Support().TickCount(); }
+
+AttemptTimeout::AttemptTimeout(std::shared_ptr<ado::Connection> connection, int32_t deadline)
+    : connection_(std::move(connection)), saved_(connection_->CommandTimeout()) {
+  const int64_t leftMs = int64_t{deadline} - Support().TickCount();
+  const auto leftSeconds = static_cast<int32_t>(std::clamp<int64_t>((leftMs + 999) / 1000, 1, INT32_MAX));
+  connection_->CommandTimeout(saved_ == 0 ? leftSeconds : std::min(saved_, leftSeconds));
+}
+
+AttemptTimeout::~AttemptTimeout() { connection_->CommandTimeout(saved_); }
 
 std::shared_ptr<ado::Recordset> OpenForUpdate(const std::shared_ptr<ado::Connection>& connection,
                                               const std::string& query) {

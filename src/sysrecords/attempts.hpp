@@ -26,6 +26,22 @@ int32_t DeadlineAfter(int32_t seconds);
 // True when the deadline is not later than the current tick.
 bool DeadlinePassed(int32_t deadline);
 
+// Gives each statement of one attempt no more than the time left before
+// `deadline` (a second at least), so that a server that stops answering
+// costs the routine its time-out and not the connection's CommandTimeout;
+// the connection's own CommandTimeout is back when the object goes away.
+class AttemptTimeout {
+ public:
+  AttemptTimeout(std::shared_ptr<ado::Connection> connection, int32_t deadline);
+  ~AttemptTimeout();
+  AttemptTimeout(const AttemptTimeout&) = delete;
+  AttemptTimeout& operator=(const AttemptTimeout&) = delete;
+
+ private:
+  std::shared_ptr<ado::Connection> connection_;
+  int32_t saved_;
+};
+
 // A new Recordset on `query`: dynamic cursor, pessimistic locking, text
 // command.
 std::shared_ptr<ado::Recordset> OpenForUpdate(const std::shared_ptr<ado::Connection>& connection,

@@ -55,6 +55,7 @@ int32_t GetUnk(const std::shared_ptr<ado::Connection>& dbConnection, const std::
     const std::string query = sysrecords::CounterQuery(TableName);
     for (;;) {
       if (sysrecords::DeadlinePassed(deadline)) com::Raise(com::errLibrary, "Timeout expired.");
+      const sysrecords::AttemptTimeout bounded(connection, deadline);
       auto rs = sysrecords::OpenForUpdate(connection, query);
       if (const auto number = TryDraw(rs, *unk, TableName)) {
         RecordsetClose(rs);

@@ -108,6 +108,7 @@ TableLockReturn TableLockEx(const std::shared_ptr<ado::Connection>& dbConnection
     const std::string query = sysrecords::LockQuery(TableName);
     for (;;) {
       if (sysrecords::DeadlinePassed(deadline)) return request.TimedOut(connection, dbConnection, timeOut, Force);
+      const sysrecords::AttemptTimeout bounded(connection, deadline);
       auto rs = sysrecords::OpenForUpdate(connection, query);
       if (const auto result = request.Attempt(rs)) {
         RecordsetClose(rs);
