@@ -2,6 +2,7 @@
 
 #include "ado/connection_string.hpp"
 #include "ado/dialect/rewriter.hpp"
+#include "ado/dialect/statements.hpp"
 #include "velmora/ado/types.hpp"
 #include "velmora/com/error.hpp"
 
@@ -14,6 +15,34 @@ using ado::dialect::Rewrite;
 TEST(Dialect, BracketsBecomeQuotesOnPostgresOnly) {
   EXPECT_EQ(Rewrite("SELECT [a b], [x]]y] FROM [T]", Engine::PostgreSQL), "SELECT \"a b\", \"x]y\" FROM \"T\"");
   EXPECT_EQ(Rewrite("SELECT [a] FROM [T]", Engine::SQLite), "SELECT [a] FROM [T]");
+}
+
+TEST(Statements, OneStatementEndsAtItsSemicolon) {
+  using ado::dialect::OneStatementLength;
+  EXPECT_EQ(OneStatementLength("SELECT 1"), 8u);
+  EXPECT_EQ(OneStatementLength("SELECT 1;"), 8u);
+  EXPECT_EQ(OneStatementLength("SELECT 1 ; ;  -- done; really\n/* ; */ "), 8u);
+  EXPECT_EQ(OneStatementLength("SELECT 1 /* c */ "), 8u);
+  EXPECT_EQ(OneStatementLength("SELECT ';', \"a;b\", [c;d] -- ;x\nFROM t"), 37u);
+  EXPECT_EQ(OneStatementLength(""), 0u);
+  EXPECT_EQ(OneStatementLength("SELECT 1; SELECT 2"), std::nullopt);
+  EXPECT_EQ(OneStatementLength("SELECT 1;DROP TABLE t;"), std::nullopt);
+  EXPECT_EQ(OneStatementLength("BEGIN; DROP TABLE t"), std::nullopt);
+  EXPECT_EQ(OneStatementLength("SELECT CASE WHEN 1 THEN 2 END; DROP TABLE t"), std::nullopt);
+  EXPECT_EQ(OneStatementLength("SELECT $x$;$x$, E'\\';' "), 22u);  // E'\';' is one literal
+  EXPECT_EQ(OneStatementLength("SELECT E'\\\\'; DROP TABLE t"), std::nullopt);  // E'\\' ends at its quote
+}
+
+TEST(Statements, ARoutineBodyBelongsToItsStatement) {
+  using ado::dialect::OneStatementLength;
+  const std::string trigger =
+      "CREATE TEMP TRIGGER tr AFTER INSERT ON t BEGIN UPDATE u SET n = CASE WHEN 1 THEN 2 END; "
+      "DELETE FROM v; END";
+  EXPECT_EQ(OneStatementLength(trigger), trigger.size());
+  EXPECT_EQ(OneStatementLength(trigger + ";"), trigger.size());
+  EXPECT_EQ(OneStatementLength(trigger + "; DROP TABLE t"), std::nullopt);
+  const std::string function = "CREATE OR REPLACE FUNCTION f() RETURNS int LANGUAGE sql BEGIN ATOMIC SELECT 1; END";
+  EXPECT_EQ(OneStatementLength(function), function.size());
 }
 
 TEST(Dialect, TopBecomesLimitAtTheEndOfItsLevel) {
