@@ -19,6 +19,8 @@ std::filesystem::path TempFile(const std::string& extension);
 std::string PostgresOdbc();
 // An ODBC connection string for a new SQLite file in TempDir().
 std::string FreshSqliteOdbc();
+// Folder of the files kept with the tests (tests/fixtures: Chinook).
+std::filesystem::path Fixtures();
 // Folder of the shared test data (Chinook, Northwind, the recordset corpus).
 std::filesystem::path TestData();
 

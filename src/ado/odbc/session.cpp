@@ -9,6 +9,7 @@
 #include "ado/odbc/stream_slot.hpp"
 #include "ado/table_key.hpp"
 #include "ado/values.hpp"
+#include "com/utf.hpp"
 #include "velmora/com/conversions.hpp"
 
 namespace velmora::ado::detail {
@@ -241,6 +242,7 @@ Session::Outcome Session::Execute(const std::string& sql, int32_t timeoutSeconds
 // fetch that never comes.
 Session::Outcome Session::Execute(const std::string& sql, const std::vector<Param>& params, int32_t timeoutSeconds,
                                   const std::string& what) {
+  com::detail::RequireEngineText(sql, what + ": the statement text");
   const bool wide = impl_->wide;
   Errors* errors = impl_->errors.get();
   const bool plainQuery = odbc::IsPlainQuery(sql);
@@ -289,7 +291,7 @@ Session::Outcome Session::ExecuteOnce(const std::string& sql, const std::vector<
   if (impl_->stepMode) {
     SQLSetStmtAttr(stmt.Get(), SQL_ATTR_CURSOR_TYPE, reinterpret_cast<SQLPOINTER>(SQL_CURSOR_STATIC), 0);
   }
-  auto bound = std::make_shared<odbc::BoundParams>(params, impl_->engine, wide);
+  auto bound = std::make_shared<odbc::BoundParams>(params, impl_->engine, wide, what);
   auto run = [sql, wide, errors, what, bound](odbc::StmtHandle& h) {
     SQLRETURN rc = bound->BindTo(h.Get());
     if (SQL_SUCCEEDED(rc)) rc = ExecText(h.Get(), sql, wide);
