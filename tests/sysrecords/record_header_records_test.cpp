@@ -163,8 +163,8 @@ TEST_P(HeaderRecordTest, AMissingColumnPassesTheDataAccessErrorUnchanged) {
 // A header column of an application table that holds no number: the
 // conversion's error keeps its number and names the field.
 TEST_P(HeaderRecordTest, AValueThatIsNoNumberIsATypeMismatchNamingTheField) {
-  cn->Execute("CREATE TABLE NOTES (NT_UNK VARCHAR(10), NT_RCDATE TIMESTAMP, NT_RCUSER VARCHAR(40), "
-              "NT_RMDATE TIMESTAMP, NT_RMUSER VARCHAR(40))");
+  cn->Execute("CREATE TABLE [NOTES] ([NT_UNK] VARCHAR(10), [NT_RCDATE] TIMESTAMP, [NT_RCUSER] VARCHAR(40), "
+              "[NT_RMDATE] TIMESTAMP, [NT_RMUSER] VARCHAR(40))");
   cn->Execute("INSERT INTO [NOTES] ([NT_UNK]) VALUES ('abc')");
   auto h = std::make_shared<AdoRecordHeader>();
   h->Prefix("NT");
