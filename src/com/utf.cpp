@@ -1,5 +1,9 @@
 #include "utf.hpp"
 
+#include <cstdio>
+
+#include "velmora/com/error.hpp"
+
 namespace velmora::com::detail {
 namespace {
 constexpr char32_t kReplacement = 0xFFFD;
@@ -31,6 +35,32 @@ bool NextCodePoint(std::string_view s, size_t& i, char32_t& cp) {
   i += static_cast<size_t>(length);
   cp = value;
   return true;
+}
+
+size_t FirstMalformedUtf8(std::string_view s) {
+  for (size_t i = 0; i < s.size();) {
+    const size_t start = i;
+    char32_t cp = 0;
+    if (!NextCodePoint(s, i, cp)) return start;
+  }
+  return std::string_view::npos;
+}
+
+bool IsValidUtf8(std::string_view s) { return FirstMalformedUtf8(s) == std::string_view::npos; }
+
+void RequireEngineText(std::string_view text, const std::string& what) {
+  const size_t bad = FirstMalformedUtf8(text);
+  if (bad != std::string_view::npos) {
+    char byte[8];
+    std::snprintf(byte, sizeof byte, "0x%02X", static_cast<unsigned>(static_cast<unsigned char>(text[bad])));
+    Raise(errInvalidProcedureCall,
+          what + " is not valid UTF-8 (byte " + byte + " at offset " + std::to_string(bad) + ")");
+  }
+  const size_t nul = text.find('\0');
+  if (nul != std::string_view::npos) {
+    Raise(errInvalidProcedureCall, what + " holds a NUL character (at offset " + std::to_string(nul) +
+                                       "), which the engine would cut");
+  }
 }
 
 void AppendUtf8(std::string& out, char32_t cp) {

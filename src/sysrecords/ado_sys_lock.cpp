@@ -32,8 +32,8 @@ void AdoSysLock::CopyTo(const std::shared_ptr<AdoSysLock>& target) {
 
 void AdoSysLock::RecordLoad(const std::shared_ptr<ado::Recordset>& rs) {
   Header()->RecordLoad(rs);
-  name_ = com::CStr(sysrecords::ReadColumn(rs, FD_LK_NAME()));
-  locked_ = com::CStr(sysrecords::ReadColumn(rs, FD_LK_LOCKED()));
+  name_ = sysrecords::ReadText(rs, FD_LK_NAME());
+  locked_ = sysrecords::ReadText(rs, FD_LK_LOCKED());
 }
 
 void AdoSysLock::RecordSave(const std::shared_ptr<ado::Recordset>& rs) {

@@ -35,8 +35,8 @@ void AdoUnk::CopyTo(const std::shared_ptr<AdoUnk>& target) {
 
 void AdoUnk::RecordLoad(const std::shared_ptr<ado::Recordset>& rs) {
   Header()->RecordLoad(rs);
-  table_ = com::CStr(sysrecords::ReadColumn(rs, FD_SU_TABLE()));
-  value_ = com::CLng(sysrecords::ReadColumn(rs, FD_SU_VALUE()));
+  table_ = sysrecords::ReadText(rs, FD_SU_TABLE());
+  value_ = sysrecords::ReadLong(rs, FD_SU_VALUE());
 }
 
 void AdoUnk::RecordSave(const std::shared_ptr<ado::Recordset>& rs) {

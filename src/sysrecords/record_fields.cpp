@@ -10,7 +10,6 @@
 namespace velmora::sysrecords {
 namespace {
 
-
 // System records hold no long columns; a header column that is long in an
 // application table is read and written as UTF-16LE bytes.
 constexpr bool kAnsiBlob = false;
@@ -20,7 +19,30 @@ ado::FieldPtr ColumnOf(const std::shared_ptr<ado::Recordset>& rs, const std::str
   return rs->Fields()->Item(com::Variant(name));
 }
 
+template <class T>
+T ReadConverted(const std::shared_ptr<ado::Recordset>& rs, const std::string& name, T (*convert)(const com::Variant&)) {
+  const com::Variant value = ReadColumn(rs, name);
+  try {
+    return convert(value);
+  } catch (const com::Error& e) {
+    throw com::Error(e.Number(), e.Description() + ": field '" + name + "'", e.Source(), e.HelpFile(),
+                     e.HelpContext());
+  }
+}
+
 }  // namespace
+
+int32_t ReadLong(const std::shared_ptr<ado::Recordset>& rs, const std::string& name) {
+  return ReadConverted(rs, name, com::CLng);
+}
+
+com::Date ReadDate(const std::shared_ptr<ado::Recordset>& rs, const std::string& name) {
+  return ReadConverted(rs, name, com::CDate);
+}
+
+std::string ReadText(const std::shared_ptr<ado::Recordset>& rs, const std::string& name) {
+  return ReadConverted(rs, name, com::CStr);
+}
 
 com::Variant ReadColumn(const std::shared_ptr<ado::Recordset>& rs, const std::string& name) {
   int16_t vType = 0;

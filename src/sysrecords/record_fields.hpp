@@ -18,6 +18,12 @@ namespace velmora::sysrecords {
 // type's neutral value. Raises 91 when `rs` is Nothing and the data-access
 // error of an unknown column.
 com::Variant ReadColumn(const std::shared_ptr<ado::Recordset>& rs, const std::string& name);
+// ReadColumn converted to the type of a record's member. A value that does
+// not convert raises the conversion's error (13 type mismatch, 6 overflow)
+// with the field named in its description.
+int32_t ReadLong(const std::shared_ptr<ado::Recordset>& rs, const std::string& name);
+com::Date ReadDate(const std::shared_ptr<ado::Recordset>& rs, const std::string& name);
+std::string ReadText(const std::shared_ptr<ado::Recordset>& rs, const std::string& name);
 // Writes `value` into column `name` of the current row (no Update).
 void WriteColumn(const std::shared_ptr<ado::Recordset>& rs, const std::string& name, const com::Variant& value);
 

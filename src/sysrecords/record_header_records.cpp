@@ -17,15 +17,16 @@ std::string ColumnName(const std::string& prefix, const std::string& suffix) { r
 }  // namespace
 
 void AdoRecordHeader::RecordLoad(const std::shared_ptr<ado::Recordset>& rs) {
-  using sysrecords::ReadColumn;
+  using sysrecords::ReadDate;
+  using sysrecords::ReadText;
   if (!small_) {
-    unk_ = com::CLng(ReadColumn(rs, ColumnName(prefix_, FD_HDR_UNK())));
-    rcDate_ = com::CDate(ReadColumn(rs, ColumnName(prefix_, FD_HDR_RCDATE())));
-    rcUser_ = com::CStr(ReadColumn(rs, ColumnName(prefix_, FD_HDR_RCUSER())));
+    unk_ = sysrecords::ReadLong(rs, ColumnName(prefix_, FD_HDR_UNK()));
+    rcDate_ = ReadDate(rs, ColumnName(prefix_, FD_HDR_RCDATE()));
+    rcUser_ = ReadText(rs, ColumnName(prefix_, FD_HDR_RCUSER()));
   }
   if (!simple_) {
-    rmDate_ = com::CDate(ReadColumn(rs, ColumnName(prefix_, FD_HDR_RMDATE())));
-    rmUser_ = com::CStr(ReadColumn(rs, ColumnName(prefix_, FD_HDR_RMUSER())));
+    rmDate_ = ReadDate(rs, ColumnName(prefix_, FD_HDR_RMDATE()));
+    rmUser_ = ReadText(rs, ColumnName(prefix_, FD_HDR_RMUSER()));
   }
 }
 

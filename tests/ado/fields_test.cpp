@@ -139,19 +139,21 @@ INSTANTIATE_TEST_SUITE_P(Engines, FieldsTest, ::testing::Values(TestEngine::SQLi
                          EngineName);
 
 // SQLite integer columns hold 64 bits: a value beyond 32 bits in an INTEGER
-// column is read at full width and refused, never wrapped.
-TEST(FieldsOverflow, IntegersOutOfRangeRaiseOverflow) {
+// column is read at full width, as a Decimal, never wrapped or refused; a
+// column declared INT8 is a bigint.
+TEST(FieldsWideIntegers, ValuesBeyondTheColumnTypeArriveInATypeThatHoldsThem) {
   auto cn = std::make_shared<ado::Connection>();
   cn->Open(FreshSqliteOdbc());
-  cn->Execute("CREATE TABLE wide (id INTEGER)");
-  cn->Execute("INSERT INTO wide VALUES (5000000000)");
-  try {
-    cn->Execute("SELECT id FROM wide");
-    FAIL();
-  } catch (const com::Error& e) {
-    EXPECT_EQ(e.Number(), com::errOverflow);
-    EXPECT_NE(e.Description().find("'id'"), std::string::npos);
-  }
+  cn->Execute("CREATE TABLE wide (id INTEGER, small SMALLINT, big INT8)");
+  cn->Execute("INSERT INTO wide VALUES (5000000000, 100000, 7)");
+  auto rs = cn->Execute("SELECT id, small, big FROM wide");
+  auto field = [&](const char* name) { return rs->Fields()->Item(com::Variant(name)); };
+  EXPECT_EQ(field("id")->Type(), ado::adInteger);
+  EXPECT_EQ(com::DecimalToString(field("id")->Value().Get<com::Decimal>()), "5000000000");
+  EXPECT_EQ(field("small")->Type(), ado::adSmallInt);
+  EXPECT_EQ(field("small")->Value().Get<int32_t>(), 100000);
+  EXPECT_EQ(field("big")->Type(), ado::adBigInt);
+  EXPECT_EQ(com::DecimalToString(field("big")->Value().Get<com::Decimal>()), "7");
 }
 
 }  // namespace

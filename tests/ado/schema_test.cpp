@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "ado/engine_fixture.hpp"
+#include "velmora/com/conversions.hpp"
 
 namespace velmora::test {
 namespace {
@@ -99,10 +100,10 @@ TEST_P(SchemaTest, IndexesAndPrimaryKeys) {
 INSTANTIATE_TEST_SUITE_P(Engines, SchemaTest, ::testing::Values(TestEngine::SQLite, TestEngine::PostgreSQL),
                          EngineName);
 
-// The Chinook sample database, copied so that the shared file stays untouched.
+// The Chinook sample database, copied so that the fixture stays untouched.
 TEST(SampleDatabase, ChinookReadsThroughTheFileProvider) {
   const auto copy = TempDir() / "chinook.db";
-  std::filesystem::copy_file(TestData() / "databases" / "Chinook_Sqlite.sqlite", copy);
+  std::filesystem::copy_file(Fixtures() / "Chinook_Sqlite.sqlite", copy);
   auto cn = std::make_shared<ado::Connection>();
   cn->Open("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + copy.string());
   auto rs = std::make_shared<ado::Recordset>();
@@ -115,7 +116,7 @@ TEST(SampleDatabase, ChinookReadsThroughTheFileProvider) {
   auto tables = cn->OpenSchema(ado::adSchemaTables);
   EXPECT_GE(tables->RecordCount(), 11);
   auto count = cn->Execute("SELECT COUNT(*) FROM [Track]");
-  EXPECT_EQ(count->Fields()->Item(com::Variant(int32_t{0}))->Value().Get<int32_t>(), 3503);
+  EXPECT_EQ(com::CLng(count->Fields()->Item(com::Variant(int32_t{0}))->Value()), 3503);
 }
 
 }  // namespace

@@ -63,6 +63,8 @@ std::string FreshSqliteOdbc() {
   return "DRIVER=SQLite3;Database=" + TempFile(".db").string();
 }
 
+std::filesystem::path Fixtures() { return VELMORA_FIXTURES_DIR; }
+
 std::filesystem::path TestData() { return VELMORA_TESTDATA_DIR; }
 
 }  // namespace velmora::test

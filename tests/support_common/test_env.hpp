@@ -22,6 +22,8 @@ std::string PostgresOdbc();
 std::string PostgresOdbcLegacyStrings();
 // An ODBC connection string for a new SQLite file in TempDir().
 std::string FreshSqliteOdbc();
+// Folder of the files kept with the tests (tests/fixtures: Chinook).
+std::filesystem::path Fixtures();
 // Folder of the shared test data (Chinook, Northwind, the recordset corpus).
 std::filesystem::path TestData();
 

@@ -160,6 +160,23 @@ TEST_P(HeaderRecordTest, AMissingColumnPassesTheDataAccessErrorUnchanged) {
   }
 }
 
+// A header column of an application table that holds no number: the
+// conversion's error keeps its number and names the field.
+TEST_P(HeaderRecordTest, AValueThatIsNoNumberIsATypeMismatchNamingTheField) {
+  cn->Execute("CREATE TABLE [NOTES] ([NT_UNK] VARCHAR(10), [NT_RCDATE] TIMESTAMP, [NT_RCUSER] VARCHAR(40), "
+              "[NT_RMDATE] TIMESTAMP, [NT_RMUSER] VARCHAR(40))");
+  cn->Execute("INSERT INTO [NOTES] ([NT_UNK]) VALUES ('abc')");
+  auto h = std::make_shared<AdoRecordHeader>();
+  h->Prefix("NT");
+  try {
+    Load("NOTES", h);
+    FAIL() << "no error";
+  } catch (const com::Error& e) {
+    EXPECT_EQ(e.Number(), 13);
+    EXPECT_NE(e.Description().find("field 'NT_UNK'"), std::string::npos) << e.Description();
+  }
+}
+
 TEST_P(HeaderRecordTest, ACounterThatGivesNoNumberRaisesTheFailureSignal) {
   GetUnk(cn, "DOCS");
   cn->Execute("UPDATE [SYS_UNK] SET [SU_VALUE] = -1");  // the next number is 0

@@ -84,10 +84,26 @@ void Integer(ColumnPlan& p, const ColumnDescription& d) {
   }
 }
 
+// SQLite integers are 64-bit whatever the declared type. A column the driver
+// types by its first value (an expression such as SUM or COUNT, or a column
+// declared without a type) is reported as "integer" in lower case -- declared
+// INTEGER and INT come back in capitals -- and gets adBigInt, so that its
+// type holds every value it can return (as SUM and COUNT are int8 on
+// PostgreSQL). INT8 is the 64-bit name the driver reports as INTEGER.
+bool IsSqlite64BitInteger(const ColumnDescription& d) {
+  return d.typeName == "integer" || Lower(d.typeName) == "int8";
+}
+
 // The SQLite driver reports exact numerics as doubles or text; the declared
 // type name says what the column holds.
 bool PlanByTypeName(ColumnPlan& p, const ColumnDescription& d) {
   const std::string name = Lower(d.typeName);
+  if (IsSqlite64BitInteger(d)) {
+    ColumnDescription asBig = d;
+    asBig.sqlType = SQL_BIGINT;
+    Integer(p, asBig);
+    return true;
+  }
   if (StartsWith(name, "numeric") || StartsWith(name, "decimal")) {
     Numeric(p, d);
     return true;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "ado/values.hpp"
+#include "com/utf.hpp"
 #include "velmora/ado/types.hpp"
 #include "velmora/com/conversions.hpp"
 
@@ -88,9 +89,17 @@ std::optional<int64_t> IntegerOf(const com::Variant& v) {
 
 }  // namespace
 
-BoundParams::BoundParams(const std::vector<detail::Session::Param>& params, Engine engine, bool wide)
+BoundParams::BoundParams(const std::vector<detail::Session::Param>& params, Engine engine, bool wide,
+                         const std::string& what)
     : slots_(params.size()), engine_(engine), wide_(wide) {
-  for (size_t i = 0; i < params.size(); ++i) Fill(slots_[i], params[i].value, params[i].adoType);
+  for (size_t i = 0; i < params.size(); ++i) {
+    // Engines would alter malformed UTF-8 or cut a string at a NUL: such a
+    // value is refused before anything is sent.
+    if (const auto* text = params[i].value.TryGet<std::string>()) {
+      com::detail::RequireEngineText(*text, what + ": the text of parameter " + std::to_string(i + 1));
+    }
+    Fill(slots_[i], params[i].value, params[i].adoType);
+  }
 }
 
 void BoundParams::Fill(Slot& slot, const com::Variant& value, int32_t adoType) const {

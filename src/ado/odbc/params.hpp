@@ -13,7 +13,9 @@ namespace velmora::ado::odbc {
 
 class BoundParams {
  public:
-  BoundParams(const std::vector<detail::Session::Param>& params, Engine engine, bool wide);
+  // Raises (description starting with `what`) for a text value that is not
+  // valid UTF-8 or holds a NUL character.
+  BoundParams(const std::vector<detail::Session::Param>& params, Engine engine, bool wide, const std::string& what);
   // Binds every value to the statement (the buffers live as long as this object).
   SQLRETURN BindTo(SQLHSTMT stmt);
 

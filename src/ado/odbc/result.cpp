@@ -6,6 +6,7 @@
 
 #include "ado/error_map.hpp"
 #include "ado/values.hpp"
+#include "com/exact_number.hpp"
 #include "velmora/ado/types.hpp"
 #include "velmora/com/error.hpp"
 
@@ -67,31 +68,49 @@ void StoreText(com::Variant& out, const char* data, size_t bytes, bool wide) {
   }
 }
 
-[[noreturn]] void Overflow(const detail::ColumnInfo& c, const std::string& value) {
-  com::Raise(com::errOverflow, "Overflow: the value " + value + " of column '" + c.name +
+[[noreturn]] void Overflow(const detail::ColumnInfo& c, std::string_view value) {
+  com::Raise(com::errOverflow, "Overflow: the value " + std::string(value) + " of field '" + c.name +
                                    "' does not fit its type");
 }
 
-void StoreInteger(com::Variant& out, int64_t v, const detail::ColumnInfo& c) {
-  auto check = [&](int64_t lo, int64_t hi) {
-    if (v < lo || v > hi) Overflow(c, std::to_string(v));
-  };
-  switch (c.type) {
-    case adSmallInt:
-    case adTinyInt:
-      check(INT16_MIN, INT16_MAX);
-      out = static_cast<int16_t>(v);
-      break;
-    case adUnsignedTinyInt:
-      check(0, 255);
-      out = static_cast<uint8_t>(v);
-      break;
-    case adInteger:
-    case adUnsignedSmallInt:
-      check(INT32_MIN, INT32_MAX);
-      out = static_cast<int32_t>(v);
-      break;
-    default: out = detail::DecimalFromInt64(v); break;
+[[noreturn]] void NotANumber(const detail::ColumnInfo& c, std::string_view value) {
+  com::Raise(com::errTypeMismatch, "Type mismatch: the value '" + std::string(value) + "' of field '" + c.name +
+                                       "' is not a number");
+}
+
+// The number a numeric or currency column holds as text; the plain decimal
+// form is read directly, others (SQLite hands over a REAL in such a column
+// with an exponent) through the exact parser. Text that is no number (SQLite
+// keeps whatever a column is given) is a type mismatch, a number beyond the
+// type an overflow; both name the field.
+template <class T, class Direct, class Exact>
+T ExactValue(const detail::ColumnInfo& c, std::string_view text, Direct direct, Exact exact) {
+  if (auto value = direct(text)) return *value;
+  const auto number = com::detail::ParseNumber(text);
+  if (!number) NotANumber(c, text);
+  try {
+    return exact(*number);
+  } catch (const com::Error&) {
+    Overflow(c, text);
+  }
+}
+
+// An integer arrives as its column's Variant type when it fits, else as the
+// narrowest wider one that holds it (Long, then Decimal: there is no 64-bit
+// Variant). SQLite does not hold a column to its declared type, so an
+// INTEGER column may return any 64-bit value.
+void StoreInteger(com::Variant& out, int64_t v, int32_t type) {
+  const bool byteColumn = type == adUnsignedTinyInt;
+  const bool shortColumn = type == adSmallInt || type == adTinyInt;
+  const bool longColumn = type == adInteger || type == adUnsignedSmallInt;
+  if (byteColumn && v >= 0 && v <= UINT8_MAX) {
+    out = static_cast<uint8_t>(v);
+  } else if (shortColumn && v >= INT16_MIN && v <= INT16_MAX) {
+    out = static_cast<int16_t>(v);
+  } else if ((byteColumn || shortColumn || longColumn) && v >= INT32_MIN && v <= INT32_MAX) {
+    out = static_cast<int32_t>(v);
+  } else {
+    out = detail::DecimalFromInt64(v);
   }
 }
 
@@ -119,7 +138,7 @@ void StoreValue(com::Variant& out, const ColumnPlan& plan, const char* data, siz
     case FetchKind::Int: {
       int64_t v;
       std::memcpy(&v, data, sizeof v);
-      StoreInteger(out, v, c);
+      StoreInteger(out, v, c.type);
       break;
     }
     case FetchKind::UInt: {
@@ -155,18 +174,14 @@ void StoreValue(com::Variant& out, const ColumnPlan& plan, const char* data, siz
     }
     case FetchKind::Text: StoreText(out, data, bytes, wide); break;
     case FetchKind::Binary: out = com::ByteArray(data, data + bytes); break;
-    case FetchKind::NumericText: {
-      auto d = detail::DecimalFromText(std::string_view(data, bytes));
-      if (!d) Overflow(c, std::string(data, bytes));
-      out = *d;
+    case FetchKind::NumericText:
+      out = ExactValue<com::Decimal>(c, std::string_view(data, bytes), detail::DecimalFromText,
+                                     com::detail::ExactToDecimal);
       break;
-    }
-    case FetchKind::CurrencyText: {
-      auto cy = detail::CurrencyFromText(std::string_view(data, bytes));
-      if (!cy) Overflow(c, std::string(data, bytes));
-      out = *cy;
+    case FetchKind::CurrencyText:
+      out = ExactValue<com::Currency>(c, std::string_view(data, bytes), detail::CurrencyFromText,
+                                      com::detail::ExactToCurrency);
       break;
-    }
     case FetchKind::GuidText: out = GuidText(std::string_view(data, bytes)); break;
   }
 }

@@ -10,6 +10,7 @@
 #include "ado/odbc/stream_slot.hpp"
 #include "ado/table_key.hpp"
 #include "ado/values.hpp"
+#include "com/utf.hpp"
 #include "velmora/com/conversions.hpp"
 
 namespace velmora::ado::detail {
@@ -297,6 +298,7 @@ Session::Outcome Session::Execute(const std::string& sql, int32_t timeoutSeconds
 Session::Outcome Session::Execute(const std::string& sql, const std::vector<Param>& params, int32_t timeoutSeconds,
                                   const std::string& what) {
   impl_->RequireLink(what);
+  com::detail::RequireEngineText(sql, what + ": the statement text");
   const bool plainQuery = odbc::IsPlainQuery(sql);
   if (impl_->stepMode && !plainQuery) impl_->stream.Settle();
   if (!plainQuery && ChangesDefinitions(sql)) impl_->keys.byTable.clear();
@@ -342,7 +344,7 @@ Session::Outcome Session::ExecuteOnce(const std::string& sql, const std::vector<
   if (impl_->stepMode) {
     SQLSetStmtAttr(stmt.Get(), SQL_ATTR_CURSOR_TYPE, reinterpret_cast<SQLPOINTER>(SQL_CURSOR_STATIC), 0);
   }
-  auto bound = std::make_shared<odbc::BoundParams>(params, impl_->engine, wide);
+  auto bound = std::make_shared<odbc::BoundParams>(params, impl_->engine, wide, what);
   const RunContext context{wide, impl_->errors.get(), &impl_->watch, timeoutSeconds, what};
   auto run = [sql, wide, context, bound](odbc::StmtHandle& h) {
     context.Run(h, [&](SQLHSTMT s) {
