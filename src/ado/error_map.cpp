@@ -21,6 +21,26 @@ int32_t NumberForSqlState(std::string_view s) {
   return E_FAIL_;
 }
 
+namespace {
+
+bool StartsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
+
+// SQLite reports a file or table locked by another connection with a general
+// SQLSTATE; its result code (SQLITE_BUSY 5, SQLITE_LOCKED 6, in the low byte
+// of an extended code) and message tell it apart.
+bool IsEngineLockConflict(const ProviderDiag& d) {
+  const int32_t code = d.nativeError & 0xff;
+  return (code == 5 || code == 6) &&
+         (StartsWith(d.message, "database is locked") || StartsWith(d.message, "database table is locked") ||
+          StartsWith(d.message, "database schema is locked"));
+}
+
+int32_t NumberForDiag(const ProviderDiag& d) {
+  return IsEngineLockConflict(d) ? DB_E_CONCURRENCYVIOLATION : NumberForSqlState(d.sqlState);
+}
+
+}  // namespace
+
 std::string AdoErrorDescription(int32_t number) {
   switch (number) {
     case adErrInvalidArgument:
@@ -59,7 +79,7 @@ void RaiseProvider(Errors* errors, const std::string& what, const std::vector<Pr
   if (errors) {
     errors->Clear();
     for (const auto& d : diags) {
-      errors->Append(std::make_shared<Error>(NumberForSqlState(d.sqlState), d.message, kProviderSource, d.sqlState,
+      errors->Append(std::make_shared<Error>(NumberForDiag(d), d.message, kProviderSource, d.sqlState,
                                              d.nativeError));
     }
   }
@@ -68,7 +88,7 @@ void RaiseProvider(Errors* errors, const std::string& what, const std::vector<Pr
     throw com::Error(fallbackNumber, what, kProviderSource);
   }
   const ProviderDiag& first = diags.front();
-  const int32_t number = first.sqlState.empty() ? fallbackNumber : NumberForSqlState(first.sqlState);
+  const int32_t number = first.sqlState.empty() && !IsEngineLockConflict(first) ? fallbackNumber : NumberForDiag(first);
   throw com::Error(number, what + ": " + first.message + " (SQLSTATE " + first.sqlState + ")", kProviderSource);
 }
 

@@ -1,6 +1,10 @@
 #include "sysrecords/attempts.hpp"
 
+#include <algorithm>
+
+#include "velmora/ado/connection.hpp"
 #include "velmora/ado/recordset.hpp"
+#include "velmora/ado/types.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/fields/sql_text.hpp"
 #include "velmora/support/support_object.hpp"
@@ -14,6 +18,26 @@ std::string LockCondition(const std::string& table) {
   const AdoSysLock names;
   return " WHERE " + SQLName(names.FD_LK_NAME()) + " = " + QueryArgument(table);
 }
+
+// While an attempt opens its Recordset, the connection's command time-out
+// (which bounds how long the read waits for a locked file) is at most the
+// time left before the deadline, in whole seconds rounded up.
+class CommandTimeoutWithin {
+ public:
+  CommandTimeoutWithin(const std::shared_ptr<ado::Connection>& connection, int32_t deadline)
+      : connection_(connection), saved_(connection->CommandTimeout()) {
+    const int64_t leftMs = int64_t{deadline} - Support().TickCount();
+    const auto leftSeconds = static_cast<int32_t>(std::max<int64_t>(1, (leftMs + 999) / 1000));
+    if (saved_ == 0 || leftSeconds < saved_) connection_->CommandTimeout(leftSeconds);
+  }
+  ~CommandTimeoutWithin() { connection_->CommandTimeout(saved_); }
+  CommandTimeoutWithin(const CommandTimeoutWithin&) = delete;
+  CommandTimeoutWithin& operator=(const CommandTimeoutWithin&) = delete;
+
+ private:
+  const std::shared_ptr<ado::Connection>& connection_;
+  const int32_t saved_;
+};
 
 }  // namespace
 
@@ -44,10 +68,16 @@ int32_t DeadlineAfter(int32_t seconds) {
 bool DeadlinePassed(int32_t deadline) { return deadline <= Support().TickCount(); }
 
 std::shared_ptr<ado::Recordset> OpenForUpdate(const std::shared_ptr<ado::Connection>& connection,
-                                              const std::string& query) {
+                                              const std::string& query, int32_t deadline) {
   auto rs = std::make_shared<ado::Recordset>();
-  rs->Open(com::Variant(query), com::Variant(connection), ado::adOpenDynamic, ado::adLockPessimistic,
-           ado::adCmdText);
+  const CommandTimeoutWithin bounded(connection, deadline);
+  try {
+    rs->Open(com::Variant(query), com::Variant(connection), ado::adOpenDynamic, ado::adLockPessimistic,
+             ado::adCmdText);
+  } catch (const com::Error& e) {
+    if (e.Number() != ado::DB_E_CONCURRENCYVIOLATION) throw;
+    return nullptr;
+  }
   return rs;
 }
 

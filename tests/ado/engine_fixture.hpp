@@ -9,16 +9,11 @@
 #include <unistd.h>
 
 #include "ado/cursor.hpp"
+#include "support_common/test_engine.hpp"
 #include "support_common/test_env.hpp"
 #include "velmora/ado.hpp"
 
 namespace velmora::test {
-
-enum class TestEngine { SQLite, PostgreSQL };
-
-inline std::string EngineName(const ::testing::TestParamInfo<TestEngine>& info) {
-  return info.param == TestEngine::SQLite ? "SQLite" : "PostgreSQL";
-}
 
 class EngineTest : public ::testing::TestWithParam<TestEngine> {
  protected:
@@ -45,7 +40,7 @@ class EngineTest : public ::testing::TestWithParam<TestEngine> {
       sqliteFile = TempFile(".db").string();
       std::ofstream(sqliteFile).flush();
     }
-    return "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + sqliteFile;
+    return "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + sqliteFile + JournalModeSetting(GetParam());
   }
   bool IsPg() const { return GetParam() == TestEngine::PostgreSQL; }
 

@@ -11,6 +11,7 @@
 #include <string>
 #include <unistd.h>
 
+#include "support_common/test_engine.hpp"
 #include "support_common/test_env.hpp"
 #include "velmora/ado.hpp"
 #include "velmora/com/conversions.hpp"
@@ -20,12 +21,6 @@
 #include "velmora/sysrecords/system_tables.hpp"
 
 namespace velmora::test {
-
-enum class TestEngine { SQLite, PostgreSQL };
-
-inline std::string EngineName(const ::testing::TestParamInfo<TestEngine>& info) {
-  return info.param == TestEngine::SQLite ? "SQLite" : "PostgreSQL";
-}
 
 // Acts as `user` until the object goes away.
 class ActAs {
@@ -88,7 +83,7 @@ class SystemTablesTest : public ::testing::TestWithParam<TestEngine> {
       // The embedded provider opens existing files only.
       const std::string file = TempFile(".db").string();
       std::ofstream(file).flush();
-      return "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + file;
+      return "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + file + JournalModeSetting(GetParam());
     }
     static int counter = 0;
     schema = "sysrec_" + std::to_string(getpid()) + "_" + std::to_string(++counter);
