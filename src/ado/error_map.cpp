@@ -23,6 +23,16 @@ int32_t NumberForSqlState(std::string_view s) {
 
 namespace {
 
+// The message without the "[vendor]" tags that drivers put before it.
+std::string_view WithoutTags(std::string_view message) {
+  while (!message.empty() && message.front() == '[') {
+    const size_t end = message.find(']');
+    if (end == std::string_view::npos) break;
+    message.remove_prefix(end + 1);
+  }
+  return message;
+}
+
 bool StartsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
 
 // SQLite reports a file or table locked by another connection with a general
@@ -30,9 +40,10 @@ bool StartsWith(std::string_view text, std::string_view prefix) { return text.su
 // of an extended code) and message tell it apart.
 bool IsEngineLockConflict(const ProviderDiag& d) {
   const int32_t code = d.nativeError & 0xff;
+  const std::string_view text = WithoutTags(d.message);
   return (code == 5 || code == 6) &&
-         (StartsWith(d.message, "database is locked") || StartsWith(d.message, "database table is locked") ||
-          StartsWith(d.message, "database schema is locked"));
+         (StartsWith(text, "database is locked") || StartsWith(text, "database table is locked") ||
+          StartsWith(text, "database schema is locked"));
 }
 
 int32_t NumberForDiag(const ProviderDiag& d) {

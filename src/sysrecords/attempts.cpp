@@ -68,17 +68,22 @@ int32_t DeadlineAfter(int32_t seconds) {
 bool DeadlinePassed(int32_t deadline) { return deadline <= Support().TickCount(); }
 
 std::shared_ptr<ado::Recordset> OpenForUpdate(const std::shared_ptr<ado::Connection>& connection,
-                                              const std::string& query, int32_t deadline) {
+                                              const std::string& query) {
   auto rs = std::make_shared<ado::Recordset>();
+  rs->Open(com::Variant(query), com::Variant(connection), ado::adOpenDynamic, ado::adLockPessimistic,
+           ado::adCmdText);
+  return rs;
+}
+
+std::shared_ptr<ado::Recordset> OpenAttempt(const std::shared_ptr<ado::Connection>& connection,
+                                            const std::string& query, int32_t deadline) {
   const CommandTimeoutWithin bounded(connection, deadline);
   try {
-    rs->Open(com::Variant(query), com::Variant(connection), ado::adOpenDynamic, ado::adLockPessimistic,
-             ado::adCmdText);
+    return OpenForUpdate(connection, query);
   } catch (const com::Error& e) {
     if (e.Number() != ado::DB_E_CONCURRENCYVIOLATION) throw;
     return nullptr;
   }
-  return rs;
 }
 
 }  // namespace velmora::sysrecords

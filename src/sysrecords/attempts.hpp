@@ -27,11 +27,15 @@ int32_t DeadlineAfter(int32_t seconds);
 bool DeadlinePassed(int32_t deadline);
 
 // A new Recordset on `query`: dynamic cursor, pessimistic locking, text
-// command. A read that finds the database locked by another session's write
-// waits for it no longer than the time left before `deadline`; when it is
-// still locked the attempt failed and nothing (nullptr) is returned, for the
-// caller to try again while time is left. Other errors are raised.
+// command.
 std::shared_ptr<ado::Recordset> OpenForUpdate(const std::shared_ptr<ado::Connection>& connection,
-                                              const std::string& query, int32_t deadline);
+                                              const std::string& query);
+// OpenForUpdate for one attempt of a retry loop. A read that finds the
+// database locked by another session's write waits for it no longer than the
+// time left before `deadline`; when it is still locked the attempt failed
+// and nothing (nullptr) is returned, for the caller to try again while time
+// is left. Other errors are raised.
+std::shared_ptr<ado::Recordset> OpenAttempt(const std::shared_ptr<ado::Connection>& connection,
+                                            const std::string& query, int32_t deadline);
 
 }  // namespace velmora::sysrecords

@@ -55,7 +55,7 @@ int32_t GetUnk(const std::shared_ptr<ado::Connection>& dbConnection, const std::
     const std::string query = sysrecords::CounterQuery(TableName);
     for (;;) {
       if (sysrecords::DeadlinePassed(deadline)) com::Raise(com::errLibrary, "Timeout expired.");
-      auto rs = sysrecords::OpenForUpdate(connection, query, deadline);
+      auto rs = sysrecords::OpenAttempt(connection, query, deadline);
       if (!rs) continue;
       if (const auto number = TryDraw(rs, *unk, TableName)) {
         RecordsetClose(rs);

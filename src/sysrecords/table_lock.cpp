@@ -108,7 +108,7 @@ TableLockReturn TableLockEx(const std::shared_ptr<ado::Connection>& dbConnection
     const std::string query = sysrecords::LockQuery(TableName);
     for (;;) {
       if (sysrecords::DeadlinePassed(deadline)) return request.TimedOut(connection, dbConnection, timeOut, Force);
-      auto rs = sysrecords::OpenForUpdate(connection, query, deadline);
+      auto rs = sysrecords::OpenAttempt(connection, query, deadline);
       if (!rs) continue;
       if (const auto result = request.Attempt(rs)) {
         RecordsetClose(rs);

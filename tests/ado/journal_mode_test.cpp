@@ -8,6 +8,7 @@
 #include "support_common/error_number.hpp"
 #include "support_common/test_env.hpp"
 #include "velmora/ado.hpp"
+#include "velmora/com/conversions.hpp"
 #include "velmora/com/error.hpp"
 
 namespace velmora::test {

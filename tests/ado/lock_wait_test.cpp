@@ -50,8 +50,8 @@ TEST_P(LockWaitTest, AWriteReportsTheConflictWithoutWaiting) {
             ado::DB_E_CONCURRENCYVIOLATION);
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, LockWaitTest, ::testing::Values(TestEngine::SQLite, TestEngine::SQLiteDelete),
-                         EngineName);
+// In WAL (the other SQLite variant) a writer does not keep readers out.
+INSTANTIATE_TEST_SUITE_P(Engines, LockWaitTest, ::testing::Values(TestEngine::SQLiteDelete), EngineName);
 
 }  // namespace
 }  // namespace velmora::test
