@@ -5,6 +5,7 @@
 #include "ado/dialect/statements.hpp"
 #include "ado/error_map.hpp"
 #include "ado/odbc/session.hpp"
+#include "ado/read_start.hpp"
 #include "ado/schema_rowsets.hpp"
 #include "velmora/ado/recordset.hpp"
 #include "velmora/com/error.hpp"
@@ -113,16 +114,15 @@ RecordsetPtr Connection::Execute(const std::string& commandText) {
 RecordsetPtr Connection::Execute(const std::string& commandText, com::Variant& recordsAffected, int32_t options) {
   auto session = Session();
   (void)options;
-  errors_->Clear();
-  auto outcome = session->Execute(TranslateSql(commandText), commandTimeout_, "Connection.Execute failed");
+  auto read = detail::StartRead(*session, TranslateSql(commandText), commandTimeout_, false,
+                                "Connection.Execute failed", errors_.get());
   auto rs = std::make_shared<Recordset>();
-  if (outcome.rows) {
+  if (read.cursor) {
     recordsAffected = int32_t{-1};
     auto self = std::static_pointer_cast<Connection>(shared_from_this());
-    rs->OpenOn(std::make_unique<detail::Cursor>(std::move(outcome.rows), false), self, commandText,
-               adOpenForwardOnly, adLockReadOnly);
+    rs->OpenOn(std::move(read.cursor), self, commandText, adOpenForwardOnly, adLockReadOnly);
   } else {
-    recordsAffected = static_cast<int32_t>(outcome.rowsAffected);
+    recordsAffected = static_cast<int32_t>(read.rowsAffected);
   }
   return rs;
 }

@@ -137,6 +137,29 @@ void Require(std::vector<ConnectionPair>& pairs, std::string_view key, std::stri
   pairs.push_back({std::string(key), std::string(value)});
 }
 
+// A database file that the driver is about to create: none there yet, or an
+// empty one (no database header), as `velmora init` and the embedded
+// provider's callers make them.
+bool IsNewDatabaseFile(const std::string& file) {
+  if (file.empty() || file == ":memory:") return false;
+  std::error_code ec;
+  const auto status = std::filesystem::status(file, ec);
+  if (status.type() == std::filesystem::file_type::not_found) return true;
+  return std::filesystem::is_regular_file(status) && std::filesystem::file_size(file, ec) == 0 && !ec;
+}
+
+// The journal modes the engine knows; anything else would reach the driver's
+// PRAGMA, which ignores what it cannot use.
+void CheckJournalMode(const std::vector<ConnectionPair>& pairs) {
+  if (!HasKey(pairs, "JournalMode")) return;
+  const std::string mode = FindValue(pairs, "JournalMode");
+  for (const char* known : {"DELETE", "TRUNCATE", "PERSIST", "MEMORY", "WAL", "OFF"}) {
+    if (IEquals(mode, known)) return;
+  }
+  RaiseAdo(DB_E_BADINITSTRING, kConnectionSource,
+           "JournalMode '" + mode + "' is not one of DELETE, TRUNCATE, PERSIST, MEMORY, WAL, OFF");
+}
+
 // Settings of docs/data-access.md for the engines whose drivers are known.
 void AddEngineDefaults(std::vector<ConnectionPair>& pairs, Engine engine) {
   if (engine == Engine::SQLite) {
@@ -144,7 +167,10 @@ void AddEngineDefaults(std::vector<ConnectionPair>& pairs, Engine engine) {
     // write lock: 250 ms keeps a lock conflict prompt (about half a second).
     AddDefault(pairs, "Timeout", "250");
     AddDefault(pairs, "SyncPragma", "FULL");
-    AddDefault(pairs, "JournalMode", "WAL");
+    // The journal mode is a property of the file: a user's existing file
+    // keeps its own unless the string asks for one; new files start in WAL.
+    CheckJournalMode(pairs);
+    if (IsNewDatabaseFile(FindValue(pairs, "Database"))) AddDefault(pairs, "JournalMode", "WAL");
     AddDefault(pairs, "StepAPI", "1");
   } else if (engine == Engine::PostgreSQL) {
     AddDefault(pairs, "CommLog", "0");
@@ -215,6 +241,7 @@ OdbcTarget FromFileProvider(const std::vector<ConnectionPair>& outer) {
     RaiseProvider(nullptr, "Connection.Open failed", {{"HY000", 0, problem}});
   }
   std::vector<ConnectionPair> pairs{{"DRIVER", "SQLite3"}, {"Database", file}};
+  if (HasKey(outer, "JournalMode")) pairs.push_back({"JournalMode", FindValue(outer, "JournalMode")});
   return PlainOdbc(std::move(pairs));
 }
 

@@ -21,6 +21,37 @@ int32_t NumberForSqlState(std::string_view s) {
   return E_FAIL_;
 }
 
+namespace {
+
+// The message without the "[vendor]" tags that drivers put before it.
+std::string_view WithoutTags(std::string_view message) {
+  while (!message.empty() && message.front() == '[') {
+    const size_t end = message.find(']');
+    if (end == std::string_view::npos) break;
+    message.remove_prefix(end + 1);
+  }
+  return message;
+}
+
+bool StartsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
+
+// SQLite reports a file or table locked by another connection with a general
+// SQLSTATE; its result code (SQLITE_BUSY 5, SQLITE_LOCKED 6, in the low byte
+// of an extended code) and message tell it apart.
+bool IsEngineLockConflict(const ProviderDiag& d) {
+  const int32_t code = d.nativeError & 0xff;
+  const std::string_view text = WithoutTags(d.message);
+  return (code == 5 || code == 6) &&
+         (StartsWith(text, "database is locked") || StartsWith(text, "database table is locked") ||
+          StartsWith(text, "database schema is locked"));
+}
+
+int32_t NumberForDiag(const ProviderDiag& d) {
+  return IsEngineLockConflict(d) ? DB_E_CONCURRENCYVIOLATION : NumberForSqlState(d.sqlState);
+}
+
+}  // namespace
+
 std::string AdoErrorDescription(int32_t number) {
   switch (number) {
     case adErrInvalidArgument:
@@ -59,7 +90,7 @@ void RaiseProvider(Errors* errors, const std::string& what, const std::vector<Pr
   if (errors) {
     errors->Clear();
     for (const auto& d : diags) {
-      errors->Append(std::make_shared<Error>(NumberForSqlState(d.sqlState), d.message, kProviderSource, d.sqlState,
+      errors->Append(std::make_shared<Error>(NumberForDiag(d), d.message, kProviderSource, d.sqlState,
                                              d.nativeError));
     }
   }
@@ -68,7 +99,7 @@ void RaiseProvider(Errors* errors, const std::string& what, const std::vector<Pr
     throw com::Error(fallbackNumber, what, kProviderSource);
   }
   const ProviderDiag& first = diags.front();
-  const int32_t number = first.sqlState.empty() ? fallbackNumber : NumberForSqlState(first.sqlState);
+  const int32_t number = first.sqlState.empty() && !IsEngineLockConflict(first) ? fallbackNumber : NumberForDiag(first);
   throw com::Error(number, what + ": " + first.message + " (SQLSTATE " + first.sqlState + ")", kProviderSource);
 }
 

@@ -7,6 +7,7 @@
 #include "ado/editor.hpp"
 #include "ado/error_map.hpp"
 #include "ado/odbc/session.hpp"
+#include "ado/read_start.hpp"
 #include "velmora/com/error.hpp"
 
 namespace velmora::ado {
@@ -341,14 +342,13 @@ void Recordset::Open(const com::Variant& source, const com::Variant& activeConne
   }
   auto session = cn->Session();
   const std::string sql = table ? TableQuery(*text, session->EngineKind()) : cn->TranslateSql(*text);
-  cn->Errors()->Clear();
-  auto outcome = session->Execute(sql, cn->CommandTimeout(), "Recordset.Open failed");
-  if (!outcome.rows) {
+  auto read = detail::StartRead(*session, sql, cn->CommandTimeout(), cursorKind != adOpenForwardOnly,
+                                "Recordset.Open failed", cn->Errors().get());
+  if (!read.cursor) {
     connection_ = cn;
     return;  // a statement without rows leaves the recordset closed
   }
-  OpenOn(std::make_unique<detail::Cursor>(std::move(outcome.rows), cursorKind != adOpenForwardOnly), cn, *text,
-         cursorKind, lockKind);
+  OpenOn(std::move(read.cursor), cn, *text, cursorKind, lockKind);
 }
 
 void Recordset::Close() {

@@ -4,6 +4,7 @@
 
 #include "velmora/ado/connection.hpp"
 #include "velmora/ado/recordset.hpp"
+#include "velmora/ado/types.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/fields/sql_text.hpp"
 #include "velmora/support/support_object.hpp"
@@ -61,6 +62,16 @@ std::shared_ptr<ado::Recordset> OpenForUpdate(const std::shared_ptr<ado::Connect
   rs->Open(com::Variant(query), com::Variant(connection), ado::adOpenDynamic, ado::adLockPessimistic,
            ado::adCmdText);
   return rs;
+}
+
+std::shared_ptr<ado::Recordset> OpenAttempt(const std::shared_ptr<ado::Connection>& connection,
+                                            const std::string& query) {
+  try {
+    return OpenForUpdate(connection, query);
+  } catch (const com::Error& e) {
+    if (e.Number() != ado::DB_E_CONCURRENCYVIOLATION) throw;
+    return nullptr;
+  }
 }
 
 }  // namespace velmora::sysrecords

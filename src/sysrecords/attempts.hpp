@@ -46,5 +46,13 @@ class AttemptTimeout {
 // command.
 std::shared_ptr<ado::Recordset> OpenForUpdate(const std::shared_ptr<ado::Connection>& connection,
                                               const std::string& query);
+// OpenForUpdate for one attempt of a retry loop, under its AttemptTimeout.
+// A read that finds the database locked by another session's write waits
+// for it no longer than the connection's command time-out (the time left);
+// when it is still locked the attempt failed and nothing (nullptr) is
+// returned, for the caller to try again while time is left. Other errors
+// are raised.
+std::shared_ptr<ado::Recordset> OpenAttempt(const std::shared_ptr<ado::Connection>& connection,
+                                            const std::string& query);
 
 }  // namespace velmora::sysrecords

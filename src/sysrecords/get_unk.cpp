@@ -56,7 +56,8 @@ int32_t GetUnk(const std::shared_ptr<ado::Connection>& dbConnection, const std::
     for (;;) {
       if (sysrecords::DeadlinePassed(deadline)) com::Raise(com::errLibrary, "Timeout expired.");
       const sysrecords::AttemptTimeout bounded(connection, deadline);
-      auto rs = sysrecords::OpenForUpdate(connection, query);
+      auto rs = sysrecords::OpenAttempt(connection, query);
+      if (!rs) continue;
       if (const auto number = TryDraw(rs, *unk, TableName)) {
         RecordsetClose(rs);
         return *number;

@@ -109,7 +109,8 @@ TableLockReturn TableLockEx(const std::shared_ptr<ado::Connection>& dbConnection
     for (;;) {
       if (sysrecords::DeadlinePassed(deadline)) return request.TimedOut(connection, dbConnection, timeOut, Force);
       const sysrecords::AttemptTimeout bounded(connection, deadline);
-      auto rs = sysrecords::OpenForUpdate(connection, query);
+      auto rs = sysrecords::OpenAttempt(connection, query);
+      if (!rs) continue;
       if (const auto result = request.Attempt(rs)) {
         RecordsetClose(rs);
         return *result;

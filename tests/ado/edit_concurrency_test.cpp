@@ -119,7 +119,8 @@ TEST_P(EditConcurrencyTest, OfConcurrentInsertsOfOneKeyExactlyOneWins) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, EditConcurrencyTest,
-                         ::testing::Values(TestEngine::SQLite, TestEngine::PostgreSQL), EngineName);
+                         ::testing::Values(TestEngine::SQLite, TestEngine::SQLiteDelete, TestEngine::PostgreSQL),
+                         EngineName);
 
 }  // namespace
 }  // namespace velmora::test

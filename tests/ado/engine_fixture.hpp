@@ -9,23 +9,11 @@
 #include <unistd.h>
 
 #include "ado/cursor.hpp"
+#include "support_common/test_engine.hpp"
 #include "support_common/test_env.hpp"
 #include "velmora/ado.hpp"
 
 namespace velmora::test {
-
-// PostgreSQLLegacyStrings: the test server's database whose sessions start
-// with standard_conforming_strings off (backslashes escape in literals).
-enum class TestEngine { SQLite, PostgreSQL, PostgreSQLLegacyStrings };
-
-inline std::string EngineName(const ::testing::TestParamInfo<TestEngine>& info) {
-  switch (info.param) {
-    case TestEngine::SQLite: return "SQLite";
-    case TestEngine::PostgreSQL: return "PostgreSQL";
-    case TestEngine::PostgreSQLLegacyStrings: return "PostgreSQLLegacyStrings";
-  }
-  return "";
-}
 
 class EngineTest : public ::testing::TestWithParam<TestEngine> {
  protected:
@@ -53,9 +41,9 @@ class EngineTest : public ::testing::TestWithParam<TestEngine> {
       sqliteFile = TempFile(".db").string();
       std::ofstream(sqliteFile).flush();
     }
-    return "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + sqliteFile;
+    return "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + sqliteFile + JournalModeSetting(GetParam());
   }
-  bool IsPg() const { return GetParam() != TestEngine::SQLite; }
+  bool IsPg() const { return IsServer(GetParam()); }
 
   // Creates table `base` + a unique suffix with the given column list; returns its name.
   std::string Table(const std::string& base, const std::string& columns) {

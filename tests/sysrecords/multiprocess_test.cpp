@@ -142,7 +142,8 @@ TEST_P(MultiProcessTest, ALockRetakenByAThirdUserDuringTheWaitIsNotForced) {
   EXPECT_EQ(Owner(), "carla");
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, MultiProcessTest, ::testing::Values(TestEngine::SQLite, TestEngine::PostgreSQL),
+INSTANTIATE_TEST_SUITE_P(Engines, MultiProcessTest,
+                         ::testing::Values(TestEngine::SQLite, TestEngine::SQLiteDelete, TestEngine::PostgreSQL),
                          EngineName);
 
 }  // namespace

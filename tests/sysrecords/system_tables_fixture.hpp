@@ -11,6 +11,7 @@
 #include <string>
 #include <unistd.h>
 
+#include "support_common/test_engine.hpp"
 #include "support_common/test_env.hpp"
 #include "velmora/ado.hpp"
 #include "velmora/com/conversions.hpp"
@@ -20,12 +21,6 @@
 #include "velmora/sysrecords/system_tables.hpp"
 
 namespace velmora::test {
-
-enum class TestEngine { SQLite, PostgreSQL };
-
-inline std::string EngineName(const ::testing::TestParamInfo<TestEngine>& info) {
-  return info.param == TestEngine::SQLite ? "SQLite" : "PostgreSQL";
-}
 
 // Acts as `user` until the object goes away.
 class ActAs {
@@ -49,7 +44,7 @@ class SystemTablesTest : public ::testing::TestWithParam<TestEngine> {
     if (!schema.empty()) {
       try {
         auto admin = std::make_shared<ado::Connection>();
-        admin->Open(PostgresOdbc());
+        admin->Open(ServerOdbc());
         admin->Execute("DROP SCHEMA " + schema + " CASCADE");
       } catch (const com::Error&) {
         // left for the throw-away cluster
@@ -57,7 +52,11 @@ class SystemTablesTest : public ::testing::TestWithParam<TestEngine> {
     }
   }
 
-  bool IsPg() const { return GetParam() == TestEngine::PostgreSQL; }
+  bool IsPg() const { return IsServer(GetParam()); }
+  // The server database of this configuration.
+  std::string ServerOdbc() const {
+    return GetParam() == TestEngine::PostgreSQLLegacyStrings ? PostgresOdbcLegacyStrings() : PostgresOdbc();
+  }
 
   ado::ConnectionPtr Connect() const {
     auto connection = std::make_shared<ado::Connection>();
@@ -88,14 +87,14 @@ class SystemTablesTest : public ::testing::TestWithParam<TestEngine> {
       // The embedded provider opens existing files only.
       const std::string file = TempFile(".db").string();
       std::ofstream(file).flush();
-      return "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + file;
+      return "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + file + JournalModeSetting(GetParam());
     }
     static int counter = 0;
     schema = "sysrec_" + std::to_string(getpid()) + "_" + std::to_string(++counter);
     auto admin = std::make_shared<ado::Connection>();
-    admin->Open(PostgresOdbc());
+    admin->Open(ServerOdbc());
     admin->Execute("CREATE SCHEMA " + schema);
-    return PostgresOdbc() + ";ConnSettings={SET search_path TO " + schema + "}";
+    return ServerOdbc() + ";ConnSettings={SET search_path TO " + schema + "}";
   }
 };
 
