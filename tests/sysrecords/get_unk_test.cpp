@@ -154,7 +154,7 @@ TEST_P(GetUnkTest, TheDefaultConnectionTakesPrecedence) {
   EXPECT_EQ(GetUnk(cn, "ORDERS"), 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, GetUnkTest, ::testing::Values(TestEngine::SQLite, TestEngine::PostgreSQL),
+INSTANTIATE_TEST_SUITE_P(Engines, GetUnkTest, ::testing::Values(TestEngine::SQLite, TestEngine::PostgreSQL, TestEngine::PostgreSQLLegacyStrings),
                          EngineName);
 
 }  // namespace
