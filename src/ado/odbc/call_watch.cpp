@@ -7,17 +7,21 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <cstdlib>
-#include <map>
 #include <mutex>
-#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace velmora::ado::odbc {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+int64_t Now() { return Clock::now().time_since_epoch().count(); }
 
 int PortOf(const sockaddr_storage& address) {
   if (address.ss_family == AF_INET) return ntohs(reinterpret_cast<const sockaddr_in&>(address).sin_port);
@@ -58,26 +62,25 @@ int FindSocket(int localPort, int peerPort) {
 
 }  // namespace
 
-struct CallWatch::Socket {
-  int fd = -1;
+// One connection as the watch thread sees it. A call arms `due` (a steady
+// clock count; 0 when no call is watched) and disarms it when it returns.
+// The thread sets `acting` before it reads `due` and clears it after it
+// acted, and a call disarms before it reads `acting`: so once a Guard is
+// gone, the thread no longer touches its statement.
+struct CallSlot {
+  std::atomic<int64_t> due{0};
+  std::atomic<SQLHSTMT> statement{SQL_NULL_HSTMT};
+  std::atomic<bool> acting{false};
+  std::atomic<bool> cut{false};
+  int fd = -1;  // the connection's socket (-1: none; calls are cancelled)
   int localPort = 0;
   int peerPort = 0;
 };
 
-struct CallWatch::Guard::Entry {
-  Clock::time_point due;
-  SQLHSTMT statement = SQL_NULL_HSTMT;
-  std::shared_ptr<Socket> socket;  // null: cancel the statement instead
-  std::shared_ptr<std::atomic<bool>> cut;
-  bool acting = false;  // the watcher is acting on it outside its lock
-};
-
 namespace {
 
-using Entry = CallWatch::Guard::Entry;
-
-// The one thread of the process that watches calls, and the calls it
-// watches, earliest first.
+// The one thread of the process that watches calls: it looks at every
+// connection's slot each tick while any connection exists.
 class Watcher {
  public:
   static Watcher& Instance() {
@@ -85,26 +88,19 @@ class Watcher {
     return *watcher;
   }
 
-  void Add(Entry* e) {
+  void Add(CallSlot* slot) {
     std::lock_guard lock(mutex_);
-    const bool earliest = entries_.empty() || e->due < entries_.begin()->first;
-    entries_.emplace(e->due, e);
+    slots_.push_back(slot);
     if (!started_) {
       std::thread([this] { Run(); }).detach();
       started_ = true;
     }
-    if (earliest) changed_.notify_all();
+    changed_.notify_all();
   }
 
-  void Remove(Entry* e) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [e] { return !e->acting; });
-    for (auto [i, end] = entries_.equal_range(e->due); i != end; ++i) {
-      if (i->second == e) {
-        entries_.erase(i);
-        break;
-      }
-    }
+  void Remove(CallSlot* slot) {
+    std::lock_guard lock(mutex_);
+    slots_.erase(std::remove(slots_.begin(), slots_.end(), slot), slots_.end());
   }
 
  private:
@@ -113,58 +109,58 @@ class Watcher {
   void Run() {
     std::unique_lock lock(mutex_);
     for (;;) {
-      if (entries_.empty()) {
-        changed_.wait(lock);
-        continue;
-      }
-      const auto first = entries_.begin();
-      if (Clock::now() < first->first) {
-        changed_.wait_until(lock, first->first);
-        continue;
-      }
-      Entry* e = first->second;
-      entries_.erase(first);
-      e->acting = true;
+      changed_.wait(lock, [this] { return !slots_.empty(); });
+      const int64_t now = Now();
+      for (CallSlot* slot : slots_) Look(*slot, now);
       lock.unlock();
-      Act(*e);
+      std::this_thread::sleep_for(CallWatch::kTick);
       lock.lock();
-      e->acting = false;
-      changed_.notify_all();
     }
   }
 
-  // A call on a socket loses its link; any other is cancelled.
-  static void Act(Entry& e) {
-    if (!e.socket) {
-      if (e.statement != SQL_NULL_HSTMT) SQLCancel(e.statement);
+  static void Look(CallSlot& slot, int64_t now) {
+    slot.acting.store(true);
+    const int64_t due = slot.due.load();
+    if (due != 0 && due <= now) Act(slot);
+    slot.acting.store(false);
+  }
+
+  // A call on a socket loses its link; any other is cancelled. The socket
+  // is checked again first: it must still be this connection's.
+  static void Act(CallSlot& slot) {
+    if (slot.fd < 0) {
+      const SQLHSTMT statement = slot.statement.load();
+      if (statement != SQL_NULL_HSTMT) SQLCancel(statement);
+      slot.due.store(0);  // once is enough
       return;
     }
-    const CallWatch::Socket& s = *e.socket;
-    // The descriptor is checked again: it must still be this connection's.
-    if (SocketHasPorts(s.fd, s.localPort, s.peerPort)) {
-      e.cut->store(true);
-      shutdown(s.fd, SHUT_RDWR);
+    if (SocketHasPorts(slot.fd, slot.localPort, slot.peerPort)) {
+      slot.cut.store(true);
+      shutdown(slot.fd, SHUT_RDWR);
     }
+    slot.due.store(0);
   }
 
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::multimap<Clock::time_point, Entry*> entries_;
+  std::vector<CallSlot*> slots_;
   bool started_ = false;
 };
 
 }  // namespace
 
-CallWatch::CallWatch() : cut_(std::make_shared<std::atomic<bool>>(false)) {}
-CallWatch::~CallWatch() = default;
+CallWatch::CallWatch() : slot_(std::make_shared<CallSlot>()) { Watcher::Instance().Add(slot_.get()); }
+CallWatch::~CallWatch() { Watcher::Instance().Remove(slot_.get()); }
 
 void CallWatch::AttachSocket(int localPort, int peerPort) {
   const int fd = FindSocket(localPort, peerPort);
   if (fd < 0) return;
-  socket_ = std::make_shared<Socket>(Socket{fd, localPort, peerPort});
+  slot_->fd = fd;
+  slot_->localPort = localPort;
+  slot_->peerPort = peerPort;
 }
 
-bool CallWatch::HasSocket() const noexcept { return socket_ != nullptr; }
+bool CallWatch::LinkCut() const noexcept { return slot_->cut.load(); }
 
 std::string CallWatch::Explain(const std::string& what) const {
   if (!LinkCut()) return what;
@@ -172,20 +168,27 @@ std::string CallWatch::Explain(const std::string& what) const {
 }
 
 CallWatch::Guard CallWatch::Watch(int32_t seconds, SQLHSTMT statement) const {
-  if (seconds <= 0 || (!socket_ && statement == SQL_NULL_HSTMT)) return Guard();
-  auto entry = std::make_unique<Guard::Entry>();
-  entry->due = Clock::now() + std::chrono::seconds(seconds) + (socket_ ? kCutGrace : Clock::duration::zero());
-  entry->statement = statement;
-  entry->socket = socket_;
-  entry->cut = cut_;
-  Watcher::Instance().Add(entry.get());
-  return Guard(std::move(entry));
+  Guard guard;
+  if (seconds <= 0) return guard;
+  CallSlot& slot = *slot_;
+  if (slot.fd < 0 && statement == SQL_NULL_HSTMT) return guard;  // nothing to cancel
+  const auto limit = std::chrono::seconds(seconds) + (slot.fd >= 0 ? kCutGrace : Clock::duration::zero());
+  guard.slot_ = &slot;
+  guard.previousStatement_ = slot.statement.exchange(statement);
+  guard.previousDue_ = slot.due.exchange(Now() + std::chrono::duration_cast<Clock::duration>(limit).count());
+  return guard;
 }
 
-CallWatch::Guard::Guard(std::unique_ptr<Entry> entry) : entry_(std::move(entry)) {}
-CallWatch::Guard::Guard(Guard&& other) noexcept = default;
+CallWatch::Guard::Guard(Guard&& other) noexcept
+    : slot_(std::exchange(other.slot_, nullptr)),
+      previousDue_(other.previousDue_),
+      previousStatement_(other.previousStatement_) {}
+
 CallWatch::Guard::~Guard() {
-  if (entry_) Watcher::Instance().Remove(entry_.get());
+  if (!slot_) return;
+  slot_->due.store(previousDue_);
+  while (slot_->acting.load()) std::this_thread::yield();
+  slot_->statement.store(previousStatement_);
 }
 
 }  // namespace velmora::ado::odbc
