@@ -9,8 +9,8 @@
 
 #include <algorithm>
 #include <bit>
-#include <limits>
 #include <cstring>
+#include <limits>
 #include <mutex>
 
 #include "velmora/com/collection.hpp"
