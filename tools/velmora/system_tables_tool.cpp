@@ -12,9 +12,9 @@ namespace velmora::tool {
 namespace {
 
 // The embedded provider opens existing files only: a missing file is
-// created empty first.
+// created empty first. (Without blocking: a FIFO is an error, not a wait.)
 void CreateIfMissing(const std::string& path) {
-  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | O_CLOEXEC, 0666);
   if (fd < 0) support::RaiseFileError("create", path, errno);
   ::close(fd);
 }
@@ -23,7 +23,7 @@ void CreateIfMissing(const std::string& path) {
 // missing folder, a folder in the file's place or a refused permission is
 // reported as what it is instead. A missing file is left to the provider.
 void CheckOpenable(const std::string& path) {
-  const int fd = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+  const int fd = ::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
   if (fd >= 0) {
     ::close(fd);
     return;
