@@ -17,6 +17,7 @@
 #include <cerrno>
 #include <charconv>
 #include <filesystem>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -136,6 +137,9 @@ int CreateTemporary(const fs::path& path, fs::path& temporary) {
   RaiseFileError("create a temporary file for", path, EEXIST);
 }
 
+// The folder a file lies in ("." for a bare name).
+fs::path FolderOf(const fs::path& path) { return path.has_parent_path() ? path.parent_path() : fs::path("."); }
+
 // The pid in the name of a temporary of `path` ("<file>.<pid>.<n>.tmp"), or
 // 0 when `name` is not one.
 pid_t TemporaryWriter(const std::string& name, const std::string& file) {
@@ -148,7 +152,7 @@ pid_t TemporaryWriter(const std::string& name, const std::string& file) {
   long pid = 0;
   const auto [end, error] = std::from_chars(middle.data(), middle.data() + middle.size(), pid);
   const bool numbered = error == std::errc() && end != middle.data() + middle.size() && *end == '.';
-  return numbered && pid > 0 ? static_cast<pid_t>(pid) : 0;
+  return numbered && pid > 0 && pid <= std::numeric_limits<pid_t>::max() ? static_cast<pid_t>(pid) : 0;
 }
 
 // Removes temporaries left by writers that died before their rename (a
@@ -156,10 +160,9 @@ pid_t TemporaryWriter(const std::string& name, const std::string& file) {
 // writer of this file is between creating and renaming its temporary; only
 // temporaries whose writer process is gone are removed all the same.
 void RemoveStaleTemporaries(const fs::path& path) {
-  const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
   const std::string file = path.filename().string();
   std::error_code ec;
-  for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
+  for (fs::directory_iterator it(FolderOf(path), ec), end; !ec && it != end; it.increment(ec)) {
     const pid_t writer = TemporaryWriter(it->path().filename().string(), file);
     if (writer == 0 || writer == ::getpid()) continue;
     if (::kill(writer, 0) != 0 && errno == ESRCH) (void)::unlink(it->path().c_str());
@@ -167,8 +170,7 @@ void RemoveStaleTemporaries(const fs::path& path) {
 }
 
 void SyncFolder(const fs::path& path) {
-  const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
-  FileDescriptor fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  FileDescriptor fd(::open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (fd.get() >= 0) (void)::fsync(fd.get());
 }
 
