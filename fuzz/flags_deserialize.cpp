@@ -30,6 +30,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
     if (flags.Count() != 0) std::abort();  // a rejected buffer stores nothing
     return 0;
   }
+  // A flag is two values of at least 7 bytes each.
+  if (static_cast<std::size_t>(flags.Count()) > buffer.size() / 14) std::abort();
   std::string again;
   flags.Serialize(again);
   velmora::AdoFlags copy;

@@ -17,9 +17,10 @@ using velmora::support::ProfileEntry;
 namespace {
 
 // A section name taken from the start of the input (cut before any
-// character a section name cannot hold), or "s".
+// character a section name cannot hold: NUL ends a line's text), or "s".
 std::string SectionName(const std::string& text) {
-  const std::string name = text.substr(0, std::min(text.find_first_of("\r\n\t\v\f ;=[]"), std::size_t{16}));
+  static const std::string kStops{"\r\n\t\v\f ;=[]\0", 11};
+  const std::string name = text.substr(0, std::min(text.find_first_of(kStops), std::size_t{16}));
   return name.empty() ? "s" : name;
 }
 

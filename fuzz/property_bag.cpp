@@ -15,6 +15,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (e.Number() != errLibrary) std::abort();
     return 0;
   }
+  // Each property takes at least 6 bytes (name length and type code).
+  if (static_cast<size_t>(bag.Count()) > size / 6) std::abort();
   // Whatever loads writes back unchanged, except that names come back in
   // folded order; a second round must be stable.
   const ByteArray once = bag.Contents();

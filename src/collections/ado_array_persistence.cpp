@@ -16,6 +16,20 @@ const com::Variant kNoCount{int32_t{0}};
 const com::Variant kNoName{std::string()};
 const com::Variant kAscending{kSortAscending};
 
+// A stored count of records or indexes, refused when the bag cannot hold
+// that many: each record is a property of its own, and so is each index but
+// one with an empty name (and then the count itself is stored). A corrupt
+// count thus cannot make the reader loop or allocate beyond the bag's size.
+int32_t StoredCount(com::PropertyBag& bag, const char* name) {
+  const int32_t count = com::CLng(bag.ReadProperty(name, kNoCount));
+  if (count > bag.Count())
+    com::Raise(com::errLibrary, "Invalid property bag contents: " + std::string(name) + " count " +
+                                    std::to_string(count) + " larger than the " + std::to_string(bag.Count()) +
+                                    " properties stored.",
+               AdoArray::kProgID);
+  return count;
+}
+
 }  // namespace
 
 void AdoArray::WriteProperties(com::PropertyBag& bag) {
@@ -49,11 +63,12 @@ void AdoArray::WriteIndex(com::PropertyBag& bag, int32_t number, const AdoIndex&
 // stored with an index take no part in that, so they are not read. An index
 // that cannot be rebuilt is reported through the support object's
 // notification and skipped.
+// Both counts are checked before anything changes.
 void AdoArray::ReadProperties(com::PropertyBag& bag) {
+  const int32_t recordCount = StoredCount(bag, "RecordCount");
+  const int32_t indexCount = StoredCount(bag, "Indexes");
   Clear();
-  const int32_t recordCount = com::CLng(bag.ReadProperty("RecordCount", kNoCount));
   for (int32_t i = 1; i <= recordCount; ++i) AddNew(bag.ReadProperty(Numbered("Record", i)).Object());
-  const int32_t indexCount = com::CLng(bag.ReadProperty("Indexes", kNoCount));
   for (int32_t i = 1; i <= indexCount; ++i) {
     const std::string name = com::CStr(bag.ReadProperty(Numbered("Index", i), kNoName));
     const int32_t sort = com::CLng(bag.ReadProperty(Numbered("ISort", i), kAscending));

@@ -7,8 +7,10 @@
 // the bag, so bad bytes leave the bag unchanged.
 #include "velmora/com/property_bag.hpp"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
+#include <limits>
 #include <mutex>
 
 #include "velmora/com/collection.hpp"
@@ -62,10 +64,15 @@ class Reader {
  public:
   Reader(const uint8_t* data, size_t size) : data_(data), size_(size) {}
   template <class T>
-  T Get(const char* what) {
+  T Peek(const char* what) {
     Need(sizeof(T), what);
     T value;
     std::memcpy(&value, data_ + pos_, sizeof(T));
+    return value;
+  }
+  template <class T>
+  T Get(const char* what) {
+    const T value = Peek<T>(what);
     pos_ += sizeof(T);
     return value;
   }
@@ -75,10 +82,10 @@ class Reader {
     pos_ += count;
     return p;
   }
-  std::string GetString(const char* what) {
+  std::string_view GetString(const char* what) {
     const auto length = Get<uint32_t>(what);
     const uint8_t* p = Take(length, what);
-    return std::string(reinterpret_cast<const char*>(p), length);
+    return std::string_view(reinterpret_cast<const char*>(p), length);
   }
   // A count of items each at least `minimumSize` bytes long.
   uint32_t GetCount(size_t minimumSize, const char* what) {
@@ -243,8 +250,11 @@ struct PropertyBag::Impl {
   }
 
   // -- decoding --
-  // With `materialize` false a value is only checked (objects are not
-  // created); ReadProperty decodes values that were checked before.
+  // With `materialize` false a value is only checked: nothing is built from
+  // it, so checking needs no memory beyond the input whatever the counts
+  // claim. ReadProperty materializes values that were checked before, so
+  // every count it meets is backed by items that are really there and can be
+  // reserved for.
 
   static Variant DecodeValue(Reader& r, int depth, bool materialize) {
     const size_t at = r.Position();
@@ -260,7 +270,7 @@ struct PropertyBag::Impl {
       case vbDouble: return r.Get<double>("double");
       case vbCurrency: return Currency::FromRaw(r.Get<int64_t>("currency"));
       case vbDate: return Date(r.Get<double>("date"));
-      case vbString: return r.GetString("string");
+      case vbString: return DecodeString(r, materialize);
       case vbBoolean: return DecodeFlag(r, "boolean");
       case vbByte: return r.Get<uint8_t>("byte");
       case vbDecimal: return DecodeDecimal(r);
@@ -271,6 +281,11 @@ struct PropertyBag::Impl {
           return DecodeArray(r, static_cast<int16_t>(type - vbArray), depth, materialize);
         Corrupt("unknown type code " + std::to_string(type), at);
     }
+  }
+
+  static Variant DecodeString(Reader& r, bool materialize) {
+    const std::string_view text = r.GetString("string");
+    return materialize ? Variant(std::string(text)) : Variant();
   }
 
   static bool DecodeFlag(Reader& r, const char* what) {
@@ -298,22 +313,25 @@ struct PropertyBag::Impl {
     if (form != kByteBuffer) Corrupt("invalid byte array form", at);
     const auto count = r.GetCount(1, "byte array");
     const uint8_t* p = r.Take(count, "byte array");
-    return ByteArray(p, p + count);
+    return materialize ? Variant(ByteArray(p, p + count)) : Variant();
   }
 
+  // An item's type code is its VarType, so a typed array's items are checked
+  // before they are decoded.
   static Variant DecodeArray(Reader& r, int16_t elementType, int depth, bool materialize) {
     VariantArray a;
     a.elementType = elementType;
     a.lowerBound = r.Get<int32_t>("array bound");
     const auto count = r.GetCount(sizeof(int16_t), "array");
-    a.items.reserve(count);
+    if (materialize) a.items.reserve(count);
     for (uint32_t i = 0; i < count; ++i) {
       const size_t at = r.Position();
+      if (elementType != vbVariant && r.Peek<int16_t>("type code") != elementType)
+        Corrupt("array item of another type", at);
       Variant item = DecodeValue(r, depth + 1, materialize);
-      if (a.elementType != vbVariant && item.VarType() != a.elementType) Corrupt("array item of another type", at);
-      a.items.push_back(std::move(item));
+      if (materialize) a.items.push_back(std::move(item));
     }
-    return a;
+    return materialize ? Variant(std::move(a)) : Variant();
   }
 
   static Variant DecodeObject(Reader& r, int depth, bool materialize) {
@@ -321,7 +339,7 @@ struct PropertyBag::Impl {
     const auto kind = r.Get<uint8_t>("object kind");
     if (kind == kNothing) return Variant(nullptr);
     if (kind != kPersistedObject) Corrupt("invalid object kind", at);
-    const std::string progId = r.GetString("class name");
+    const std::string progId(r.GetString("class name"));
     PropertyBag child;
     child.impl_->depth = depth + 1;
     child.impl_->entries = DecodeList(r, depth + 1);
@@ -368,6 +386,11 @@ Variant PropertyBag::ReadProperty(const std::string& name, const Variant& defaul
   const ByteArray& bytes = it->second.value;
   Reader r(bytes.data(), bytes.size());
   return Impl::DecodeValue(r, impl_->depth, true);
+}
+
+int32_t PropertyBag::Count() const noexcept {
+  constexpr size_t kMost = std::numeric_limits<int32_t>::max();
+  return static_cast<int32_t>(std::min(impl_->entries.size(), kMost));
 }
 
 ByteArray PropertyBag::Contents() const {

@@ -170,6 +170,9 @@ bool AdoFlags::Deserialize(const std::string& Buffer) {
     const com::Variant count = reader.Read();
     const int32_t* flagCount = count.TryGet<int32_t>();
     if (!flagCount || *flagCount < 0) com::Raise(com::errLibrary, "Invalid flag buffer: bad flag count");
+    // Each flag is two values: a count the rest cannot hold is refused up front.
+    if (static_cast<std::size_t>(*flagCount) > reader.MostValuesLeft() / 2)
+      com::Raise(com::errLibrary, "Invalid flag buffer: flag count larger than the data");
     std::vector<std::pair<std::string, com::Variant>> decoded;
     for (int32_t i = 0; i < *flagCount; ++i) {
       com::Variant name = reader.Read();

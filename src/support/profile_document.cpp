@@ -73,9 +73,12 @@ ProfileDocument ProfileDocument::Parse(std::string_view bytes) {
 // A line is a section header when it starts with '[' and has a ']' after it
 // (the name lies between the '[' and the last ']'); a comment when it starts
 // with ';'; an entry when it has a '='; anything else is a bare line.
+// A NUL byte ends the line's text, as a C string would: what follows it is
+// kept in the file but never read, so "x\0=v" is the bare line "x" and not an
+// entry with an empty name (entries travel NUL-separated to the flag reader).
 ProfileDocument::Line ProfileDocument::ParseLine(std::string raw, std::string eol) {
   Line line{std::move(raw), std::move(eol), LineKind::Blank, {}, {}};
-  const std::string_view text = Trim(line.raw);
+  const std::string_view text = Trim(std::string_view(line.raw).substr(0, line.raw.find('\0')));
   if (text.empty()) return line;
   if (text.front() == '[') {
     const std::size_t close = text.rfind(']');

@@ -5,21 +5,27 @@
 // files), reads the current contents, writes the new contents to a
 // temporary file in the same folder, flushes it and renames it over the INI
 // file. Readers take no lock: the rename makes every version they can see
-// complete.
+// complete. A temporary's name carries its writer's pid, so that the next
+// writer can remove what a killed writer left.
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
-#include <cstring>
+#include <charconv>
 #include <filesystem>
+#include <limits>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <system_error>
 
 #include "support/profile_document.hpp"
 #include "velmora/com/error.hpp"
+#include "velmora/support/file_errors.hpp"
 #include "velmora/support/profile_services.hpp"
 
 namespace velmora::support {
@@ -27,13 +33,6 @@ namespace velmora::support {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr int32_t kFileAccessError = 75;  // "Path/File access error"
-
-[[noreturn]] void RaiseFileError(const std::string& action, const fs::path& path, int error) {
-  com::Raise(kFileAccessError, "Path/File access error: cannot " + action + " '" + path.string() +
-                                   "': " + std::strerror(error));
-}
 
 // Closes a descriptor on scope exit.
 class FileDescriptor {
@@ -138,9 +137,40 @@ int CreateTemporary(const fs::path& path, fs::path& temporary) {
   RaiseFileError("create a temporary file for", path, EEXIST);
 }
 
+// The folder a file lies in ("." for a bare name).
+fs::path FolderOf(const fs::path& path) { return path.has_parent_path() ? path.parent_path() : fs::path("."); }
+
+// The pid in the name of a temporary of `path` ("<file>.<pid>.<n>.tmp"), or
+// 0 when `name` is not one.
+pid_t TemporaryWriter(const std::string& name, const std::string& file) {
+  const std::string_view suffix = ".tmp";
+  if (name.size() <= file.size() + 1 + suffix.size() || name.compare(0, file.size(), file) != 0 ||
+      name[file.size()] != '.' || !name.ends_with(suffix))
+    return 0;
+  const std::string_view middle =
+      std::string_view(name).substr(file.size() + 1, name.size() - file.size() - 1 - suffix.size());
+  long pid = 0;
+  const auto [end, error] = std::from_chars(middle.data(), middle.data() + middle.size(), pid);
+  const bool numbered = error == std::errc() && end != middle.data() + middle.size() && *end == '.';
+  return numbered && pid > 0 && pid <= std::numeric_limits<pid_t>::max() ? static_cast<pid_t>(pid) : 0;
+}
+
+// Removes temporaries left by writers that died before their rename (a
+// killed process runs no clean-up). Called under the writer lock, so no live
+// writer of this file is between creating and renaming its temporary; only
+// temporaries whose writer process is gone are removed all the same.
+void RemoveStaleTemporaries(const fs::path& path) {
+  const std::string file = path.filename().string();
+  std::error_code ec;
+  for (fs::directory_iterator it(FolderOf(path), ec), end; !ec && it != end; it.increment(ec)) {
+    const pid_t writer = TemporaryWriter(it->path().filename().string(), file);
+    if (writer == 0 || writer == ::getpid()) continue;
+    if (::kill(writer, 0) != 0 && errno == ESRCH) (void)::unlink(it->path().c_str());
+  }
+}
+
 void SyncFolder(const fs::path& path) {
-  const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
-  FileDescriptor fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  FileDescriptor fd(::open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (fd.get() >= 0) (void)::fsync(fd.get());
 }
 
@@ -199,9 +229,12 @@ void ProfileServices::ProfileEntriesWrite(const std::string& iniFile, const std:
   CheckSectionName(section);
   for (const ProfileEntry& entry : entries) CheckEntry(entry);
   if (entries.empty()) return;
-  if (iniFile.empty()) RaiseFileError("write", iniFile, ENOENT);
+  if (iniFile.empty()) com::Raise(errPathFileAccess, "Path/File access error: cannot write an INI file without a name");
   const fs::path target = WriteTarget(iniFile);
+  std::error_code ec;
+  if (fs::is_directory(target, ec)) RaiseFileError("write", target, EISDIR);  // before a lock file is left beside it
   WriterLock lock(target);
+  RemoveStaleTemporaries(target);
   const auto before = ReadIfExists(target);
   ProfileDocument doc = ProfileDocument::Parse(before.value_or(std::string{}));
   doc.Write(section, entries);

@@ -27,6 +27,10 @@
 //        items, each a value as above; items of a typed array have the
 //        element type, items of a variant array (200C) any type.
 //
+// A count (of array items, or of flags in a flag buffer) larger than the
+// bytes left could hold at 7 bytes a value is rejected before anything is
+// read for it, so memory and time stay proportional to the buffer.
+//
 // The reader checks the header, the version and the checksum before reading
 // anything, and every length, code and payload as it reads, so a truncated
 // or corrupt buffer raises 20000 instead of yielding garbage.
@@ -52,6 +56,7 @@ constexpr int kVersion = 1;
 constexpr std::size_t kTrailerSize = 9;  // "#" and 8 hex digits
 constexpr int kMaxNesting = 32;          // arrays within arrays
 constexpr uint8_t kMaxDecimalScale = 28;
+constexpr std::size_t kShortestValue = 7;  // "0000:0:", an empty value
 
 constexpr std::array<uint32_t, 256> MakeCrcTable() {
   std::array<uint32_t, 256> table{};
@@ -207,6 +212,7 @@ com::VariantArray ParseArray(int16_t elementType, std::string_view payload, int 
   if (close == std::string_view::npos) RaiseCorrupt("truncated array");
   const auto count = ParseNumber<uint32_t>(payload.substr(0, close), "array item count");
   payload.remove_prefix(close + 1);
+  if (count > payload.size() / kShortestValue) RaiseCorrupt("array item count larger than the data");
   for (uint32_t i = 0; i < count; ++i) {
     com::Variant item = ReadValue(payload, depth + 1);
     if (elementType != com::vbVariant && item.VarType() != elementType) RaiseCorrupt("array item of another type");
@@ -299,6 +305,10 @@ TypedValueReader::TypedValueReader(std::string_view buffer) {
   const std::size_t headerSize = CheckHeader(buffer);
   CheckTrailer(buffer, headerSize);
   body_ = buffer.substr(headerSize, buffer.size() - headerSize - kTrailerSize);
+}
+
+std::size_t TypedValueReader::MostValuesLeft() const noexcept {
+  return (body_.size() - position_) / kShortestValue;
 }
 
 com::Variant TypedValueReader::Read() {

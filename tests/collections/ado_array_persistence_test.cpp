@@ -148,5 +148,44 @@ TEST_F(ArrayPersistence, AnIndexThatCannotBeRebuiltIsNotifiedAndSkipped) {
   EXPECT_EQ(array.Find("b", FIND_EQ), 1);
 }
 
+int32_t ReadFailure(AdoArray& array, com::PropertyBag& bag) {
+  try {
+    array.ReadProperties(bag);
+  } catch (const com::Error& e) {
+    EXPECT_NE(e.Description().find("Invalid property bag contents"), std::string::npos) << e.Description();
+    return e.Number();
+  }
+  return 0;
+}
+
+// A count that the bag cannot hold is refused at once (a bag of a few bytes
+// must not make the reader loop two thousand million times), and the array
+// keeps what it had.
+TEST_F(ArrayPersistence, CountsLargerThanTheBagAreRefusedBeforeAnythingChanges) {
+  for (const char* count : {"Indexes", "RecordCount"}) {
+    com::PropertyBag bag;
+    bag.WriteProperty(count, int32_t{0x7FFFFFFF});
+    AdoArray array;
+    array.AddNew(Rec(7, "a", "b"));
+    EXPECT_EQ(ReadFailure(array, *ThroughBytes(bag)), com::errLibrary) << count;
+    EXPECT_EQ(array.RecordCount(), 1) << count;
+  }
+}
+
+// The largest counts a bag holds still read: every record and index stored.
+TEST_F(ArrayPersistence, CountsThatTheBagHoldsRead) {
+  com::PropertyBag bag;
+  bag.WriteProperty("RecordCount", int32_t{1});
+  bag.WriteProperty("Record1", Rec(1, "b", "q"));
+  bag.WriteProperty("Indexes", int32_t{3});
+  bag.WriteProperty("Index1", "NAME");
+  AdoArray array;
+  array.ReadProperties(*ThroughBytes(bag));  // indexes 2 and 3 have no name: notified and skipped
+  EXPECT_EQ(array.RecordCount(), 1);
+  array.Index("NAME");
+  bag.WriteProperty("Indexes", int32_t{5});
+  EXPECT_EQ(ReadFailure(array, bag), com::errLibrary);
+}
+
 }  // namespace
 }  // namespace velmora

@@ -4,6 +4,7 @@
 
 #include <limits>
 
+#include "com/allocation_meter.hpp"
 #include "support_common/error_number.hpp"
 #include "velmora/com.hpp"
 
@@ -238,6 +239,55 @@ TEST_F(PropertyBagTest, NestedArraysWithinTheLimitLoad) {
   Variant v = bag.ReadProperty("p");
   for (int i = 0; i < 10; ++i) v = Variant(v.Get<VariantArray>().items.at(0));
   EXPECT_EQ(CInt(v), 7);
+}
+
+// The header of an array of Variants (lower bound 0) claiming `count` items.
+void AppendArrayHeader(ByteArray& out, uint32_t count) {
+  out.insert(out.end(), {0x0C, 0x20, 0, 0, 0, 0});
+  for (int shift = 0; shift < 32; shift += 8) out.push_back(static_cast<uint8_t>(count >> shift));
+}
+
+TEST_F(PropertyBagTest, AHugeCountInATinyInputIsRejected) {
+  ByteArray value;
+  AppendArrayHeader(value, 0x7FFFFFFF);
+  value.insert(value.end(), {0, 0});
+  ExpectRejected(OneProperty(value), "array count");
+  ExpectRejected({'V', 'P', 'B', 'G', 1, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0x7F}, "property count");
+}
+
+// Every level of nested arrays claims as many items as the bytes left could
+// hold, and the innermost item is bad: checking the bytes must not reserve
+// for counts that nothing backs yet.
+TEST_F(PropertyBagTest, ClaimedCountsReserveNothingWhileTheBytesAreChecked) {
+  constexpr std::size_t kFiller = 1 << 20;
+  ByteArray value;
+  for (int level = 0; level < 30; ++level) AppendArrayHeader(value, kFiller / 2);
+  value.insert(value.end(), kFiller, 0xFF);  // type code -1: unknown
+  const ByteArray bytes = OneProperty(value);
+  test::AllocationMeter meter;
+  ExpectRejected(bytes, "nested claims");
+  EXPECT_LT(meter.PeakBytes(), bytes.size() / 4) << "bytes held while checking " << bytes.size() << " bytes";
+}
+
+// Loading keeps a copy of each stored value and nothing more; reading the
+// value builds exactly its items.
+TEST_F(PropertyBagTest, MemoryForALargeValidBagIsProportionalToItsSize) {
+  constexpr uint32_t kItems = 500000;
+  ByteArray value;
+  AppendArrayHeader(value, kItems);
+  value.insert(value.end(), std::size_t{kItems} * 2, 0);  // Empty items
+  const ByteArray bytes = OneProperty(value);
+  PropertyBag bag;
+  {
+    test::AllocationMeter meter;
+    bag.Contents(bytes);
+    EXPECT_LT(meter.PeakBytes(), bytes.size() * 2) << "bytes held loading " << bytes.size() << " bytes";
+  }
+  const Variant read = bag.ReadProperty("p");
+  const auto& items = read.Get<VariantArray>().items;
+  EXPECT_EQ(items.size(), kItems);
+  EXPECT_EQ(items.capacity(), items.size());
+  EXPECT_EQ(bag.Count(), 1);
 }
 
 }  // namespace

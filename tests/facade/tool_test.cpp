@@ -119,6 +119,25 @@ TEST(Tool, TypesPrintsEveryKnownSqlServerName) {
   EXPECT_TRUE(HasLine(run.out, "  timestamp +128 adBinary"));
 }
 
+// A file the tool cannot open is reported by its cause, not as a file that
+// cannot be found.
+TEST(Tool, FileErrorsNameTheirCause) {
+  const std::filesystem::path folder = test::TempDir() / "tool-files";
+  std::filesystem::create_directory(folder);
+  const std::string missingFolder = (folder / "none" / "x.db").string();
+  auto run = RunTool("init '" + missingFolder + "'");
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_NE(run.err.find("error 76"), std::string::npos) << run.err;
+  EXPECT_NE(run.err.find("the folder '" + (folder / "none").string() + "' does not exist"), std::string::npos)
+      << run.err;
+  run = RunTool("unk '" + folder.string() + "' T");
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_NE(run.err.find("error 75"), std::string::npos) << run.err;
+  EXPECT_NE(run.err.find("it is a folder"), std::string::npos) << run.err;
+  run = RunTool("unk '" + (folder / "missing.db").string() + "' T");  // the provider's own message
+  EXPECT_NE(run.err.find("Could not find file"), std::string::npos) << run.err;
+}
+
 TEST(Tool, DemoRunsTheMainJob) {
   const auto run = RunTool("demo");
   EXPECT_EQ(run.exitCode, 0) << run.err;

@@ -14,6 +14,7 @@
 #include "velmora/com/conversions.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/flags/ado_flags.hpp"
+#include "velmora/support/support_object.hpp"
 
 namespace velmora {
 namespace {
@@ -170,6 +171,19 @@ TEST(FlagsLoad, KeepsFlagsAbsentFromTheSectionAndOverwritesPresentOnes) {
   EXPECT_EQ(flags.ReadProperty("A", com::Variant()).Get<int32_t>(), 2);
 }
 
+// A NUL byte ends a line's text: "X\0=v" is the line "X", not a flag named ""
+// (the section's lines reach the flag reader NUL-separated).
+TEST(FlagsLoad, ANulByteEndsTheLineAndMakesNoFlagWithAnEmptyName) {
+  const auto path = IniPath();
+  std::ofstream(path, std::ios::binary) << "[S]\nX\0=0008:~:v\nA=0003:~:1\0=0008:~:w\n"s;
+  AdoFlags flags;
+  flags.Load(path, "S");
+  ASSERT_EQ(flags.Count(), 1);
+  EXPECT_EQ(flags.Item(int32_t{1})->Name(), "A");
+  EXPECT_EQ(flags.Item(int32_t{1})->Value().Get<int32_t>(), 1);
+  EXPECT_FALSE(flags.ItemExist(""));
+}
+
 TEST(FlagsLoad, BadDataReportsTheLoadSource) {
   const auto path = IniPath();
   std::ofstream(path) << "[S]\nX=0009:~:1\n";
@@ -290,6 +304,29 @@ TEST(FlagsDeserialize, TruncatedOrCorruptBuffersFailUnderTheLoadSourceAndStoreNo
     EXPECT_EQ(e.Number(), 20000);
     EXPECT_EQ(e.Description().rfind("Invalid flag buffer: ", 0), 0u) << e.Description();
     EXPECT_EQ(e.Source(), "Velmora.AdoFlags.Load");
+    EXPECT_EQ(flags.Count(), 0);
+  }
+}
+
+// A sealed buffer (header and checksum) around `body`.
+std::string Sealed(const std::string& body) {
+  std::string buffer;
+  Support().TypedBufferStart(buffer);
+  buffer += body;
+  Support().TypedBufferFinish(buffer);
+  return buffer;
+}
+
+// Counts larger than the bytes that follow could hold are refused before
+// anything is read for them.
+TEST(FlagsDeserialize, CountsLargerThanTheDataAreRefused) {
+  const std::string hugeFlagCount = "0003:10:2147483647";
+  const std::string hugeArray = "0003:1:10008:1:a200C:14:[0:4294967295]";
+  for (const std::string& body : {hugeFlagCount, hugeArray}) {
+    AdoFlags flags;
+    const com::Error e = ErrorOf([&] { flags.Deserialize(Sealed(body)); });
+    EXPECT_EQ(e.Number(), 20000) << body;
+    EXPECT_NE(e.Description().find("count larger than the data"), std::string::npos) << e.Description();
     EXPECT_EQ(flags.Count(), 0);
   }
 }

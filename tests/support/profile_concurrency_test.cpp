@@ -1,7 +1,12 @@
 // Several processes writing different entries of one INI file lose none of
-// them, and a reader never sees a half-written file.
+// them, a reader never sees a half-written file, and a writer killed in the
+// middle of a save leaves nothing that the next writer does not remove.
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <set>
 #include <string>
 #include <vector>
@@ -65,6 +70,45 @@ TEST(ProfileConcurrency, ProcessesWritingDifferentEntriesLoseNone) {
     EXPECT_EQ(profile.ProfileSectionRead(file, "own" + child),
               std::vector<std::string>{"last=" + std::to_string(kWritesPerChild - 1)});
   }
+}
+
+constexpr rlim_t kKilledWriterFileLimit = 1024;
+
+// args: file, child index. Saves an entry too large for the file size limit
+// set here: the write into the temporary file raises SIGXFSZ, whose handler
+// kills the process with SIGKILL in the middle of the save.
+VELMORA_TEST_CHILD(profile_killed_writer) {
+  const rlimit noCore{0, 0};
+  const rlimit small{kKilledWriterFileLimit, kKilledWriterFileLimit};
+  ::setrlimit(RLIMIT_CORE, &noCore);
+  ::signal(SIGXFSZ, [](int) { ::kill(::getpid(), SIGKILL); });
+  ::setrlimit(RLIMIT_FSIZE, &small);
+  ProfileServices().ProfileEntriesWrite(args.at(0), "s", {{"big", std::string(4 * kKilledWriterFileLimit, 'x')}});
+  return 0;  // not reached
+}
+
+std::vector<std::string> FileNames(const std::filesystem::path& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+TEST(ProfileConcurrency, TheNextWriterRemovesWhatAKilledWriterLeft) {
+  const std::filesystem::path folder = test::TempDir() / "killed-writer";
+  std::filesystem::create_directory(folder);
+  const std::string file = (folder / "f.ini").string();
+  const ProfileServices profile;
+  profile.ProfileEntriesWrite(file, "s", {{"a", "1"}});
+  EXPECT_EQ(test::WaitAll(test::SpawnChildren("profile_killed_writer", {file}, 1)), std::vector<int>{128 + SIGKILL});
+  const std::vector<std::string> left = FileNames(folder);
+  ASSERT_EQ(left.size(), 3u) << "the killed writer left no temporary file";
+  EXPECT_TRUE(left[1].ends_with(".tmp")) << left[1];
+  EXPECT_EQ(profile.ProfileSectionRead(file, "s"), std::vector<std::string>{"a=1"});  // the file is whole
+
+  profile.ProfileEntriesWrite(file, "s", {{"b", "2"}});
+  EXPECT_EQ(FileNames(folder), (std::vector<std::string>{"f.ini", "f.ini.lock"}));
+  EXPECT_EQ(profile.ProfileSectionRead(file, "s"), (std::vector<std::string>{"a=1", "b=2"}));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // profile-file functions do, plus atomic replacement.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "support/profile_document.hpp"
+#include "support_common/child_process.hpp"
 #include "support_common/test_env.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/support/profile_services.hpp"
@@ -110,6 +112,18 @@ TEST(ProfileRead, HeaderWithoutClosingBracketIsAnOrdinaryLine) {
   EXPECT_EQ(kProfile.ProfileSectionRead(path, "s"), (Lines{"[broken=1"}));
 }
 
+// The text of a line ends at a NUL byte, as a C string would; the rest of the
+// line stays in the file.
+TEST(ProfileRead, ANulByteEndsTheLinesText) {
+  const auto path = IniPath();
+  const std::string text = "[s]\nx\0=v\nk=1\0junk\n\0=w\n"s;
+  WriteText(path, text);
+  EXPECT_EQ(kProfile.ProfileSectionRead(path, "s"), (Lines{"x", "k=1"}));
+  kProfile.ProfileEntriesWrite(path, "s", {{"x", "2"}});
+  EXPECT_EQ(kProfile.ProfileSectionRead(path, "s"), (Lines{"x", "k=1", "x=2"}));
+  EXPECT_EQ(ProfileDocument::Parse(text).Text(), text);
+}
+
 TEST(ProfileRead, UnreadableFileRaises) {
   const auto path = IniPath();
   fs::create_directory(path);  // a folder cannot be read as a file
@@ -206,15 +220,59 @@ TEST(ProfileWrite, NamesAndValuesThatCannotBeStoredAreRefused) {
   EXPECT_FALSE(fs::exists(path));
 }
 
-TEST(ProfileWrite, UnwritableFolderRaisesAndLeavesNoTemporaryFile) {
-  const fs::path folder = test::TempDir() / "missing-folder";
+// The error a write raises: its number, and its description checked to hold `cause`.
+int32_t WriteError(const std::string& path, const std::string& cause) {
   try {
-    kProfile.ProfileEntriesWrite((folder / "x.ini").string(), "s", {{"a", "1"}});
-    FAIL() << "no error";
+    kProfile.ProfileEntriesWrite(path, "s", {{"a", "1"}});
   } catch (const com::Error& e) {
-    EXPECT_EQ(e.Number(), 75);
+    EXPECT_NE(e.Description().find(cause), std::string::npos) << e.Description();
+    return e.Number();
   }
+  return 0;
+}
+
+TEST(ProfileWrite, AMissingFolderRaisesPathNotFoundAndCreatesNothing) {
+  const fs::path folder = test::TempDir() / "missing-folder";
+  EXPECT_EQ(WriteError((folder / "x.ini").string(), "the folder '" + folder.string() + "' does not exist"), 76);
   EXPECT_FALSE(fs::exists(folder));
+  const auto file = IniPath();
+  WriteText(file, "");
+  EXPECT_EQ(WriteError(file + "/x.ini", "'" + file + "' is not a folder"), 76);
+}
+
+TEST(ProfileWrite, AFolderAsTheFileRaisesPathFileAccessAndLeavesNoLockFile) {
+  const fs::path folder = test::TempDir() / "a-folder.ini";
+  fs::create_directory(folder);
+  EXPECT_EQ(WriteError(folder.string(), "it is a folder"), 75);
+  EXPECT_FALSE(fs::exists(folder.string() + ".lock"));
+}
+
+// args: the file to write, the file to read. Run without the rights of root
+// (as nobody when started as root); exits with 0 when both raise 70.
+VELMORA_TEST_CHILD(profile_without_rights) {
+  if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) return 1;
+  const int32_t write = WriteError(args.at(0), "Permission denied");
+  int32_t read = 0;
+  try {
+    kProfile.ProfileSectionRead(args.at(1), "s");
+  } catch (const com::Error& e) {
+    read = e.Number();
+  }
+  return write == 70 && read == 70 ? 0 : 2;
+}
+
+TEST(ProfileWrite, RefusedPermissionRaisesPermissionDenied) {
+  const fs::path folder = test::TempDir() / "read-only";
+  fs::create_directory(folder);
+  const std::string unreadable = (folder / "secret.ini").string();
+  WriteText(unreadable, "[s]\na=1\n");
+  fs::permissions(unreadable, fs::perms::none);
+  fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec | fs::perms::group_read |
+                              fs::perms::group_exec | fs::perms::others_read | fs::perms::others_exec);
+  const std::vector<int> codes =
+      test::WaitAll(test::SpawnChildren("profile_without_rights", {(folder / "x.ini").string(), unreadable}, 1));
+  fs::permissions(folder, fs::perms::owner_all);
+  EXPECT_EQ(codes, std::vector<int>{0});
 }
 
 TEST(ProfileWrite, ReplacementKeepsTheFileMode) {

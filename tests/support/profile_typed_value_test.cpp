@@ -181,7 +181,7 @@ TEST(TypedValues, MalformedValuesAreRejectedEvenWithAValidChecksum) {
       {"000B:3:Yes", "bad boolean"},
       {"2011:3:ABC", "bad byte array"},
       {"2003:13:[0:1]0002:1:1", "array item of another type"},
-      {"200C:5:[0:2]", "no more values"},
+      {"200C:5:[0:2]", "array item count larger than the data"},
       {"000E:28:+000000000000000000000001:29", "bad decimal scale"},
       {"0003:-1:", "bad value length"},
   };

@@ -49,6 +49,9 @@ class PropertyBag : public Object {
 
   void WriteProperty(const std::string& name, const Variant& value, const Variant& defaultValue = Missing);
   Variant ReadProperty(const std::string& name, const Variant& defaultValue = Missing);
+  // The number of properties stored. A reader uses it to refuse a stored
+  // count of items that the bag cannot hold (each item is a property).
+  int32_t Count() const noexcept;
 
   ByteArray Contents() const;
   void Contents(const ByteArray& bytes);

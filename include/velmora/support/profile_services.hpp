@@ -40,6 +40,9 @@ class TypedValueReader {
   com::Variant Read();
   // True when every value has been read.
   bool AtEnd() const noexcept { return position_ == body_.size(); }
+  // The most values the unread part can still hold (the shortest value,
+  // "0000:0:", takes 7 bytes): a stored count above it is corrupt.
+  std::size_t MostValuesLeft() const noexcept;
 
  private:
   std::string_view body_;
@@ -54,7 +57,9 @@ class ProfileServices {
   // returned as it is (trimmed). Comments and blank lines are left out.
   // Names and values are trimmed, and one pair of double quotes enclosing a
   // whole value is removed. A missing file or section gives an empty list;
-  // a file that exists but cannot be read raises 75.
+  // a file that exists but cannot be read raises a file error
+  // (support/file_errors.hpp: 70 no permission, 75 a folder or another
+  // failure).
   std::vector<std::string> ProfileSectionRead(const std::string& iniFile, const std::string& section) const;
   // Writes `entries` into section `section` of `iniFile` in one locked,
   // atomic read-modify-write, creating the file and the section when they
@@ -63,8 +68,9 @@ class ProfileServices {
   // later lines of the same name are removed. A value with blanks at either
   // end, or enclosed in double quotes, is written inside double quotes so
   // that it reads back unchanged. Names or values that cannot be stored on
-  // one line raise 5; a file that cannot be written raises 75 and leaves
-  // the old file as it was.
+  // one line raise 5; a file that cannot be written raises a file error
+  // (76 a folder of the path is missing, 70 no permission, 75 the path is a
+  // folder or another failure) and leaves the old file as it was.
   void ProfileEntriesWrite(const std::string& iniFile, const std::string& section,
                            const std::vector<ProfileEntry>& entries) const;
 
