@@ -6,6 +6,7 @@
 #include <sqlext.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <time.h>
 
 #include <algorithm>
 #include <atomic>
@@ -19,9 +20,14 @@
 namespace velmora::ado::odbc {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-int64_t Now() { return Clock::now().time_since_epoch().count(); }
+// Nanoseconds of the coarse monotonic clock: a few milliseconds of
+// resolution are plenty for a watch that looks ten times a second, and
+// reading it costs a few nanoseconds on every fetch.
+int64_t Now() {
+  timespec t{};
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &t);
+  return int64_t{t.tv_sec} * 1'000'000'000 + t.tv_nsec;
+}
 
 int PortOf(const sockaddr_storage& address) {
   if (address.ss_family == AF_INET) return ntohs(reinterpret_cast<const sockaddr_in&>(address).sin_port);
@@ -172,10 +178,11 @@ CallWatch::Guard CallWatch::Watch(int32_t seconds, SQLHSTMT statement) const {
   if (seconds <= 0) return guard;
   CallSlot& slot = *slot_;
   if (slot.fd < 0 && statement == SQL_NULL_HSTMT) return guard;  // nothing to cancel
-  const auto limit = std::chrono::seconds(seconds) + (slot.fd >= 0 ? kCutGrace : Clock::duration::zero());
+  const std::chrono::nanoseconds limit =
+      std::chrono::seconds(seconds) + (slot.fd >= 0 ? kCutGrace : std::chrono::milliseconds::zero());
   guard.slot_ = &slot;
   guard.previousStatement_ = slot.statement.exchange(statement);
-  guard.previousDue_ = slot.due.exchange(Now() + std::chrono::duration_cast<Clock::duration>(limit).count());
+  guard.previousDue_ = slot.due.exchange(Now() + limit.count());
   return guard;
 }
 
