@@ -1,7 +1,7 @@
 #include "velmora/ado/connection.hpp"
 
 #include "ado/connection_string.hpp"
-#include "ado/dialect/rewriter.hpp"
+#include "ado/dialect/dialect.hpp"
 #include "ado/dialect/statements.hpp"
 #include "ado/error_map.hpp"
 #include "ado/odbc/session.hpp"
@@ -56,7 +56,7 @@ std::shared_ptr<detail::Session> Connection::OpenSession(const std::string& conn
   try {
     const detail::OdbcTarget target = detail::ResolveConnectionString(connectionString);
     auto session = detail::Session::Connect(target, connectionTimeout_, errors_);
-    if (target.engine != ado::Engine::Other || session->EngineKind() == ado::Engine::Other) return session;
+    if (session->EngineKind() == target.engine) return session;
     // A data source's engine is known only now: connect again with the
     // settings the library relies on for it.
     const detail::OdbcTarget known = detail::WithEngineSettings(target, session->EngineKind());
@@ -103,7 +103,7 @@ std::string Connection::TranslateSql(const std::string& sql) const {
   }
   // What follows the statement's closing ';' is blanks and comments only.
   const std::string_view statement = std::string_view(sql).substr(0, *length);
-  return dialectRewriting_ ? dialect::Rewrite(statement, Engine()) : std::string(statement);
+  return dialectRewriting_ ? Session()->Dialect().Rewrite(statement) : std::string(statement);
 }
 
 RecordsetPtr Connection::Execute(const std::string& commandText) {

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <unistd.h>
 
+#include "ado/dialect/dialect.hpp"
 #include "ado/error_map.hpp"
 #include "velmora/ado/types.hpp"
 
@@ -127,73 +128,10 @@ bool NeedsBraces(const std::string& v) {
   return v.find_first_of(";{}=") != std::string::npos;
 }
 
-void AddDefault(std::vector<ConnectionPair>& pairs, std::string_view key, std::string_view value) {
-  if (!HasKey(pairs, key)) pairs.push_back({std::string(key), std::string(value)});
-}
-
-// Sets `key` to `value`, replacing what the caller gave.
-void Require(std::vector<ConnectionPair>& pairs, std::string_view key, std::string_view value) {
-  std::erase_if(pairs, [key](const ConnectionPair& p) { return IEquals(p.key, key); });
-  pairs.push_back({std::string(key), std::string(value)});
-}
-
-// A database file that the driver is about to create: none there yet, or an
-// empty one (no database header), as `velmora init` and the embedded
-// provider's callers make them.
-bool IsNewDatabaseFile(const std::string& file) {
-  if (file.empty() || file == ":memory:") return false;
-  std::error_code ec;
-  const auto status = std::filesystem::status(file, ec);
-  if (status.type() == std::filesystem::file_type::not_found) return true;
-  return std::filesystem::is_regular_file(status) && std::filesystem::file_size(file, ec) == 0 && !ec;
-}
-
-// The journal modes the engine knows; anything else would reach the driver's
-// PRAGMA, which ignores what it cannot use.
-void CheckJournalMode(const std::vector<ConnectionPair>& pairs) {
-  if (!HasKey(pairs, "JournalMode")) return;
-  const std::string mode = FindValue(pairs, "JournalMode");
-  for (const char* known : {"DELETE", "TRUNCATE", "PERSIST", "MEMORY", "WAL", "OFF"}) {
-    if (IEquals(mode, known)) return;
-  }
-  RaiseAdo(DB_E_BADINITSTRING, kConnectionSource,
-           "JournalMode '" + mode + "' is not one of DELETE, TRUNCATE, PERSIST, MEMORY, WAL, OFF");
-}
-
-// Settings of docs/data-access.md for the engines whose drivers are known.
-void AddEngineDefaults(std::vector<ConnectionPair>& pairs, Engine engine) {
-  if (engine == Engine::SQLite) {
-    // The driver waits about twice its busy timeout for another session's
-    // write lock: 250 ms keeps a lock conflict prompt (about half a second).
-    AddDefault(pairs, "Timeout", "250");
-    AddDefault(pairs, "SyncPragma", "FULL");
-    // The journal mode is a property of the file: a user's existing file
-    // keeps its own unless the string asks for one; new files start in WAL.
-    CheckJournalMode(pairs);
-    if (IsNewDatabaseFile(FindValue(pairs, "Database"))) AddDefault(pairs, "JournalMode", "WAL");
-    AddDefault(pairs, "StepAPI", "1");
-  } else if (engine == Engine::PostgreSQL) {
-    AddDefault(pairs, "CommLog", "0");
-    // A failed statement undoes only itself: inside the caller's
-    // transaction the work before it stays, and outside one the connection
-    // runs the next statement (with no rollback the server refuses every
-    // statement until the transaction ends; with the transaction level it
-    // silently undoes the caller's whole transaction). The library relies
-    // on it, so a value given by the caller is replaced.
-    Require(pairs, "Protocol", "7.4-2");
-    // Probes a silent peer (a host gone away) within about a minute.
-    AddDefault(pairs, "KeepaliveTime", "30");
-    AddDefault(pairs, "KeepaliveInterval", "5");
-    AddDefault(pairs, "UseDeclareFetch", "1");
-    AddDefault(pairs, "Fetch", "2000");
-    AddDefault(pairs, "BoolsAsChar", "0");
-  }
-}
-
 OdbcTarget PlainOdbc(std::vector<ConnectionPair> pairs) {
   OdbcTarget target;
-  target.engine = EngineOfDriver(FindValue(pairs, "DRIVER"));
-  AddEngineDefaults(pairs, target.engine);
+  target.engine = dialect::EngineOfDriver(FindValue(pairs, "DRIVER"));
+  dialect::ForEngine(target.engine).AddConnectionSettings(pairs);
   target.odbcString = BuildOdbcString(pairs);
   return target;
 }
@@ -249,9 +187,23 @@ OdbcTarget FromFileProvider(const std::vector<ConnectionPair>& outer) {
 
 std::vector<ConnectionPair> ParseConnectionString(std::string_view text) { return Parser(text).Run(); }
 
+bool EqualsIgnoringCase(std::string_view a, std::string_view b) { return IEquals(a, b); }
+bool ContainsIgnoringCase(std::string_view text, std::string_view part) { return IContains(text, part); }
+
+void AddDefault(std::vector<ConnectionPair>& pairs, std::string_view key, std::string_view value) {
+  if (!HasKey(pairs, key)) pairs.push_back({std::string(key), std::string(value)});
+}
+
+// Sets `key` to `value`, replacing what the caller gave.
+void Require(std::vector<ConnectionPair>& pairs, std::string_view key, std::string_view value) {
+  std::erase_if(pairs, [key](const ConnectionPair& p) { return IEquals(p.key, key); });
+  pairs.push_back({std::string(key), std::string(value)});
+}
+
+
 OdbcTarget WithEngineSettings(const OdbcTarget& target, Engine engine) {
   std::vector<ConnectionPair> pairs = ParseConnectionString(target.odbcString);
-  AddEngineDefaults(pairs, engine);
+  dialect::ForEngine(engine).AddConnectionSettings(pairs);
   return OdbcTarget{BuildOdbcString(pairs), engine};
 }
 
@@ -290,11 +242,6 @@ std::string BuildOdbcString(const std::vector<ConnectionPair>& pairs) {
   return out;
 }
 
-Engine EngineOfDriver(std::string_view driver) {
-  if (IContains(driver, "sqlite")) return Engine::SQLite;
-  if (IContains(driver, "postgres") || IContains(driver, "psqlodbc")) return Engine::PostgreSQL;
-  return Engine::Other;
-}
 
 OdbcTarget ResolveConnectionString(std::string_view text) {
   const std::vector<ConnectionPair> pairs = ParseConnectionString(text);

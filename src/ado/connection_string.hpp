@@ -40,7 +40,13 @@ OdbcTarget ResolveConnectionString(std::string_view text);
 // `engine` added, for a connection made again once the engine is known.
 OdbcTarget WithEngineSettings(const OdbcTarget& target, Engine engine);
 
-// The engine a driver name stands for ("SQLite3", "{PostgreSQL Unicode}").
-Engine EngineOfDriver(std::string_view driver);
+// Adds `key` unless the pairs have it; sets it, replacing what the caller
+// gave, when the library cannot work with another value.
+void AddDefault(std::vector<ConnectionPair>& pairs, std::string_view key, std::string_view value);
+void Require(std::vector<ConnectionPair>& pairs, std::string_view key, std::string_view value);
+
+// Keys and driver names compare without regard to (ASCII) case.
+bool EqualsIgnoringCase(std::string_view a, std::string_view b);
+bool ContainsIgnoringCase(std::string_view text, std::string_view part);
 
 }  // namespace velmora::ado::detail

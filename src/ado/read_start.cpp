@@ -3,7 +3,8 @@
 #include <chrono>
 #include <thread>
 
-#include "ado/odbc/stream_slot.hpp"
+#include "ado/dialect/dialect.hpp"
+#include "ado/dialect/statements.hpp"
 #include "velmora/ado/types.hpp"
 #include "velmora/com/error.hpp"
 
@@ -21,7 +22,8 @@ constexpr auto kPauseBetweenTries = std::chrono::milliseconds(10);
 // connection would not have needed one): it can wait without keeping anyone
 // else waiting. Writes keep reporting a conflict promptly.
 bool RetryableConflict(const Session& session, const std::string& sql, const com::Error& e) {
-  return session.EngineKind() == Engine::SQLite && e.Number() == DB_E_CONCURRENCYVIOLATION && odbc::IsPlainQuery(sql);
+  return session.Dialect().LocksWholeDatabase() && e.Number() == DB_E_CONCURRENCYVIOLATION &&
+         dialect::IsPlainQuery(sql);
 }
 
 StartedRead RunOnce(Session& session, const std::string& sql, int32_t timeoutSeconds, bool scrollable,

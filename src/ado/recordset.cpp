@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "ado/cursor.hpp"
+#include "ado/dialect/dialect.hpp"
 #include "ado/dialect/tokenizer.hpp"
 #include "ado/editor.hpp"
 #include "ado/error_map.hpp"
@@ -50,12 +51,10 @@ bool IsLoneName(const std::string& source) {
 }
 
 // SELECT * FROM the table, each part of a dotted name quoted for the engine.
-std::string TableQuery(const std::string& name, Engine engine) {
-  const char open = engine == Engine::PostgreSQL ? '"' : '[';
-  const char close = engine == Engine::PostgreSQL ? '"' : ']';
+std::string TableQuery(const std::string& name, const dialect::Dialect& engine) {
   std::string sql = "SELECT * FROM ";
   for (const auto& t : dialect::Tokenize(name)) {
-    if (t.kind == dialect::TokenKind::Word) sql += open + std::string(t.text) + close;
+    if (t.kind == dialect::TokenKind::Word) sql += engine.QuoteName(t.text);
     else if (t.kind != dialect::TokenKind::Space) sql += t.text;
   }
   return sql;
@@ -341,7 +340,7 @@ void Recordset::Open(const com::Variant& source, const com::Variant& activeConne
     detail::RaiseAdo(adErrFeatureNotAvailable, detail::kRecordsetSource, "stored procedures");
   }
   auto session = cn->Session();
-  const std::string sql = table ? TableQuery(*text, session->EngineKind()) : cn->TranslateSql(*text);
+  const std::string sql = table ? TableQuery(*text, session->Dialect()) : cn->TranslateSql(*text);
   auto read = detail::StartRead(*session, sql, cn->CommandTimeout(), cursorKind != adOpenForwardOnly,
                                 "Recordset.Open failed", cn->Errors().get());
   if (!read.cursor) {

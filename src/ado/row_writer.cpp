@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ado/dialect/dialect.hpp"
 #include "ado/error_map.hpp"
 #include "velmora/ado/types.hpp"
 #include "velmora/com/conversions.hpp"
@@ -62,7 +63,7 @@ EditTransaction::EditTransaction(Session& session) : session_(session) {
     try {
       session.BeginEditTransaction();
     } catch (const com::Error& e) {
-      if (session.EngineKind() != Engine::SQLite) throw;
+      if (!session.Dialect().LocksWholeDatabase()) throw;
       RaiseConflict("the database is locked by another session (" + e.Description() + ")");
     }
     owns_ = true;
@@ -101,16 +102,13 @@ void EditTransaction::Rollback() noexcept {
 
 RowWriter::RowWriter(std::shared_ptr<Session> session, const BaseTable& table, const std::vector<ColumnInfo>& columns,
                      int32_t timeoutSeconds)
-    : session_(std::move(session)), table_(table), columns_(columns), timeout_(timeoutSeconds) {}
+    : session_(std::move(session)),
+      dialect_(session_->Dialect()),
+      table_(table),
+      columns_(columns),
+      timeout_(timeoutSeconds) {}
 
-std::string RowWriter::Quote(const std::string& name) const {
-  std::string out = "\"";
-  for (char c : name) {
-    if (c == '"') out += '"';
-    out += c;
-  }
-  return out + '"';
-}
+std::string RowWriter::Quote(const std::string& name) const { return dialect_.QuoteName(name); }
 
 std::string RowWriter::TableName() const {
   std::string out;
@@ -119,7 +117,7 @@ std::string RowWriter::TableName() const {
 }
 
 void RowWriter::LockDatabase(EditTransaction& tx) {
-  if (session_->EngineKind() != Engine::SQLite || tx.OwnsTransaction()) return;
+  if (!dialect_.LocksWholeDatabase() || tx.OwnsTransaction()) return;
   // A write that changes nothing takes the write lock of the open transaction.
   const std::string any = Quote(table_.names.front());
   try {
@@ -132,13 +130,12 @@ void RowWriter::LockDatabase(EditTransaction& tx) {
 
 RowLocator RowWriter::Locate(const Row& original, EditTransaction& tx) {
   LockDatabase(tx);
-  const bool pg = session_->EngineKind() == Engine::PostgreSQL;
   bool byKey = !table_.keyOrdinals.empty();
   for (int k : table_.keyOrdinals) {
     if (!Known(original[static_cast<size_t>(k)]) || original[static_cast<size_t>(k)].IsNull()) byKey = false;
   }
   std::string sql = "SELECT ";
-  if (!byKey) sql += pg ? "ctid, " : "rowid, ";
+  if (!byKey) sql += std::string(dialect_.RowIdColumn()) + ", ";
   for (size_t i = 0; i < table_.names.size(); ++i) sql += (i ? ", " : "") + Quote(table_.names[i]);
   sql += " FROM " + TableName() + " WHERE 1 = 1";
   std::vector<Session::Param> params;
@@ -159,8 +156,7 @@ RowLocator RowWriter::Locate(const Row& original, EditTransaction& tx) {
                                       ComparableInSql(columns_[static_cast<size_t>(ordinal)]));
     if (use) condition(ordinal, table_.names[i]);
   }
-  // The server locks the row without waiting: another session's lock raises at once.
-  if (pg) sql += " FOR UPDATE NOWAIT";
+  sql += dialect_.RowLockClause();
   auto outcome = session_->Execute(sql, params, timeout_, "Locking the row failed");
   const std::vector<Row> rows = outcome.rows ? ReadAll(*outcome.rows) : std::vector<Row>();
   const size_t offset = byKey ? 0 : 1;
@@ -193,9 +189,8 @@ RowLocator RowWriter::Locate(const Row& original, EditTransaction& tx) {
 
 std::string RowWriter::WhereOf(const RowLocator& where, std::vector<Session::Param>& params) const {
   if (where.byRowId) {
-    const bool pg = session_->EngineKind() == Engine::PostgreSQL;
-    params.push_back({where.values.front(), pg ? adVarWChar : adBigInt});
-    return pg ? " WHERE ctid = CAST(? AS tid)" : " WHERE rowid = ?";
+    params.push_back({where.values.front(), dialect_.RowIdType()});
+    return " WHERE " + std::string(dialect_.RowIdCondition());
   }
   std::string sql = " WHERE ";
   for (size_t i = 0; i < table_.keyOrdinals.size(); ++i) {
@@ -239,13 +234,10 @@ void RowWriter::Delete(const RowLocator& where) {
 
 void RowWriter::Insert(const Row& current, const std::vector<bool>& changed, EditTransaction& tx) {
   LockDatabase(tx);
-  const bool pg = session_->EngineKind() == Engine::PostgreSQL;
-  // A concurrent insert of the same key makes the server wait for the other
+  // A concurrent insert of the same key makes a server wait for the other
   // transaction: bounded, so that the conflict raises promptly.
-  if (pg) {
-    session_->Execute("SET LOCAL lock_timeout = " + std::to_string(kShortLockWaitMs), 0,
-                      "Setting the lock timeout failed");
-  }
+  const std::string shortWait = dialect_.ShortLockWaitStatement(kShortLockWaitMs);
+  if (!shortWait.empty()) session_->Execute(shortWait, 0, "Setting the lock timeout failed");
   std::string names, markers;
   std::vector<Session::Param> params;
   for (size_t i = 0; i < table_.ordinals.size(); ++i) {
@@ -258,8 +250,8 @@ void RowWriter::Insert(const Row& current, const std::vector<bool>& changed, Edi
   const std::string sql = "INSERT INTO " + TableName() +
                           (params.empty() ? " DEFAULT VALUES" : " (" + names + ") VALUES (" + markers + ")");
   session_->Execute(sql, params, timeout_, "Recordset.Update failed");
-  if (pg && !tx.OwnsTransaction()) {
-    session_->Execute("SET LOCAL lock_timeout TO DEFAULT", 0, "Restoring the lock timeout failed");
+  if (!shortWait.empty() && !tx.OwnsTransaction()) {
+    session_->Execute(std::string(dialect_.DefaultLockWaitStatement()), 0, "Restoring the lock timeout failed");
   }
 }
 

@@ -69,11 +69,13 @@ class RowWriter {
   std::string Quote(const std::string& name) const;
   std::string TableName() const;
   std::string WhereOf(const RowLocator& where, std::vector<Session::Param>& params) const;
-  // Takes the embedded engine's write lock inside a transaction already open.
+  // Takes the whole database's write lock inside a transaction already open
+  // (engines whose writer locks the whole database).
   void LockDatabase(EditTransaction& tx);
   void ExpectOneRow(int64_t affected, const char* what) const;
 
   std::shared_ptr<Session> session_;
+  const dialect::Dialect& dialect_;
   const BaseTable& table_;
   const std::vector<ColumnInfo>& columns_;
   int32_t timeout_;

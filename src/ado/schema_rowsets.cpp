@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "ado/dialect/dialect.hpp"
 #include "ado/error_map.hpp"
 #include "ado/odbc/session.hpp"
 #include "ado/values.hpp"
@@ -179,7 +180,7 @@ bool IsNumericType(int32_t t) {
 }
 bool IsDateType(int32_t t) { return t == adDBDate || t == adDBTime || t == adDBTimeStamp || t == adDate; }
 
-Row ColumnRow(const Row& c, Engine engine) {
+Row ColumnRow(const Row& c, const dialect::Dialect& engine) {
   const auto sqlType = static_cast<int16_t>(IntAt(c, 5).value_or(0));
   const int64_t size = IntAt(c, 7).value_or(0);
   const auto digits = IntAt(c, 9);
@@ -219,7 +220,7 @@ std::unique_ptr<RowSource> ColumnsRowset(Session& s, const com::Variant& criteri
   std::vector<Row> rows;
   for (const Row& c : ReadAll(*source)) {
     if (!Matches(r[2], At(c, 3)) || !Matches(r[3], At(c, 4))) continue;
-    rows.push_back(ColumnRow(c, s.EngineKind()));
+    rows.push_back(ColumnRow(c, s.Dialect()));
   }
   return std::make_unique<MemoryRowSource>(Columns(kColumns), std::move(rows));
 }

@@ -3,6 +3,8 @@
 #include <map>
 #include <optional>
 
+#include "ado/dialect/dialect.hpp"
+
 namespace velmora::ado::detail {
 namespace {
 
@@ -62,7 +64,7 @@ TableKey DiscoverKey(Session& s, const std::vector<std::optional<std::string>>& 
 TableKey Discover(Session& s, const TableRef& t) {
   const std::vector<std::optional<std::string>> where{Given(t.catalog), Given(t.schema), t.name};
   TableKey found = DiscoverKey(s, where);
-  if (s.EngineKind() == Engine::SQLite) found.notNull = NotNullColumns(s, where);
+  if (s.Dialect().NotNullFromCatalogue()) found.notNull = NotNullColumns(s, where);
   return found;
 }
 

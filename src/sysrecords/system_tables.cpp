@@ -9,41 +9,22 @@ namespace {
 // Names of tables and users are text without a length limit, so that no
 // name is ever cut when stored: names that share a long beginning stay
 // apart, each with its own counter and its own lock.
-//
-// SQLite compares names without regard to case, so they go unquoted.
-const std::vector<std::string> kSqliteDdl{
-    "CREATE TABLE IF NOT EXISTS SYS_UNK (SU_TABLE TEXT NOT NULL, SU_VALUE INTEGER NOT NULL, "
-    "SU_RMDATE TIMESTAMP, SU_RMUSER TEXT, CONSTRAINT PK_SYS_UNK PRIMARY KEY (SU_TABLE))",
-    "CREATE TABLE IF NOT EXISTS SYS_LOCK (LK_UNK INTEGER NOT NULL, LK_NAME TEXT NOT NULL, "
-    "LK_LOCKED VARCHAR(1), LK_RCDATE TIMESTAMP, LK_RCUSER TEXT, LK_RMDATE TIMESTAMP, "
-    "LK_RMUSER TEXT, CONSTRAINT PK_SYS_LOCK PRIMARY KEY (LK_UNK))",
-    "CREATE UNIQUE INDEX IF NOT EXISTS IX_LK_NAME ON SYS_LOCK (LK_NAME)",
-};
-
-// PostgreSQL folds unquoted names to lower case; the library's statements
-// ask for the upper-case names, quoted.
-const std::vector<std::string> kPostgresDdl{
-    R"(CREATE TABLE IF NOT EXISTS "SYS_UNK" ("SU_TABLE" TEXT NOT NULL, "SU_VALUE" INTEGER NOT NULL, )"
-    R"("SU_RMDATE" TIMESTAMP, "SU_RMUSER" TEXT, CONSTRAINT "PK_SYS_UNK" PRIMARY KEY ("SU_TABLE")))",
-    R"(CREATE TABLE IF NOT EXISTS "SYS_LOCK" ("LK_UNK" INTEGER NOT NULL, "LK_NAME" TEXT NOT NULL, )"
-    R"("LK_LOCKED" VARCHAR(1), "LK_RCDATE" TIMESTAMP, "LK_RCUSER" TEXT, "LK_RMDATE" TIMESTAMP, )"
-    R"("LK_RMUSER" TEXT, CONSTRAINT "PK_SYS_LOCK" PRIMARY KEY ("LK_UNK")))",
-    R"(CREATE UNIQUE INDEX IF NOT EXISTS "IX_LK_NAME" ON "SYS_LOCK" ("LK_NAME"))",
+const std::vector<std::string> kDdl{
+    "CREATE TABLE IF NOT EXISTS [SYS_UNK] ([SU_TABLE] TEXT NOT NULL, [SU_VALUE] INTEGER NOT NULL, "
+    "[SU_RMDATE] TIMESTAMP, [SU_RMUSER] TEXT, CONSTRAINT [PK_SYS_UNK] PRIMARY KEY ([SU_TABLE]))",
+    "CREATE TABLE IF NOT EXISTS [SYS_LOCK] ([LK_UNK] INTEGER NOT NULL, [LK_NAME] TEXT NOT NULL, "
+    "[LK_LOCKED] VARCHAR(1), [LK_RCDATE] TIMESTAMP, [LK_RCUSER] TEXT, [LK_RMDATE] TIMESTAMP, "
+    "[LK_RMUSER] TEXT, CONSTRAINT [PK_SYS_LOCK] PRIMARY KEY ([LK_UNK]))",
+    "CREATE UNIQUE INDEX IF NOT EXISTS [IX_LK_NAME] ON [SYS_LOCK] ([LK_NAME])",
 };
 
 }  // namespace
 
-std::vector<std::string> SystemTablesDdl(ado::Engine engine) {
-  switch (engine) {
-    case ado::Engine::SQLite: return kSqliteDdl;
-    case ado::Engine::PostgreSQL: return kPostgresDdl;
-    default: com::Raise(com::errLibrary, "DBMS non supportato.", ErrorSource("modAdoSupport", "SystemTablesDdl"));
-  }
-}
+std::vector<std::string> SystemTablesDdl() { return kDdl; }
 
 void CreateSystemTables(const std::shared_ptr<ado::Connection>& connection) {
   if (!connection) com::Raise(91, {}, ErrorSource("modAdoSupport", "CreateSystemTables"));
-  for (const std::string& statement : SystemTablesDdl(connection->Engine())) connection->Execute(statement);
+  for (const std::string& statement : kDdl) connection->Execute(statement);
 }
 
 }  // namespace velmora

@@ -5,14 +5,14 @@
 
 #include "ado/connection_string.hpp"
 #include "ado/engine_fixture.hpp"
-#include "ado/odbc/stream_slot.hpp"
+#include "ado/dialect/statements.hpp"
 #include "velmora/com/conversions.hpp"
 
 namespace velmora::test {
 namespace {
 
-using ado::odbc::IsPlainQuery;
-using ado::odbc::StepModeOn;
+using ado::dialect::IsPlainQuery;
+using ado::dialect::StepModeOn;
 
 TEST(StreamingRules, PlainQueriesAreSingleReadingStatements) {
   EXPECT_TRUE(IsPlainQuery("SELECT 1"));

@@ -1,6 +1,6 @@
 #pragma once
 // The DDL of the system tables SYS_UNK (unique-key counters) and SYS_LOCK
-// (table locks) for the engines the library runs on. Creating them is the
+// (table locks). Creating them is the
 // application's business; these statements give each table the unique keys
 // the counters and locks rest on (SU_TABLE; LK_UNK and LK_NAME).
 #include <memory>
@@ -12,12 +12,14 @@
 namespace velmora {
 
 // The statements that create both tables, their primary keys and the
-// unique index IX_LK_NAME on `engine` (SQLite or PostgreSQL; any other
-// engine raises 20000 "DBMS non supportato."). Each statement leaves an
-// existing table or index alone, so running them again changes nothing.
-std::vector<std::string> SystemTablesDdl(ado::Engine engine);
+// unique index IX_LK_NAME, in the library's bracketed dialect: a
+// Connection's Execute (with DialectRewriting on, the default) rewrites them
+// for its engine; TranslateSql shows the engine's text. Each statement
+// leaves an existing table or index alone, so running them again changes
+// nothing.
+std::vector<std::string> SystemTablesDdl();
 
-// Runs SystemTablesDdl on the connection's engine.
+// Runs SystemTablesDdl on the connection.
 void CreateSystemTables(const std::shared_ptr<ado::Connection>& connection);
 
 }  // namespace velmora

@@ -1,6 +1,10 @@
 #include "ado/dialect/statements.hpp"
 
+#include <cstring>
 #include <vector>
+
+#include "ado/connection_string.hpp"
+#include "velmora/com/error.hpp"
 
 #include "ado/dialect/tokenizer.hpp"
 
@@ -50,6 +54,63 @@ std::optional<size_t> OneStatementLength(std::string_view sql) {
     }
   }
   return length;
+}
+
+namespace {
+
+// A word that makes a statement write: RETURNING, or INSERT, DELETE, UPDATE
+// and MERGE (in a WITH) except the UPDATE of a FOR UPDATE lock clause.
+bool WritesAt(const Token& t, const Token* previousWord) {
+  if (IsKeyword(t, "RETURNING") || IsKeyword(t, "INSERT") || IsKeyword(t, "DELETE") ||
+      IsKeyword(t, "MERGE")) {
+    return true;
+  }
+  return IsKeyword(t, "UPDATE") && (previousWord == nullptr || !IsKeyword(*previousWord, "FOR"));
+}
+
+}  // namespace
+
+bool StartsWithKeyword(std::string_view sql, std::string_view upper) {
+  for (const Token& t : Tokenize(sql)) {
+    if (t.kind == TokenKind::Space || t.kind == TokenKind::Comment) continue;
+    return IsKeyword(t, upper);
+  }
+  return false;
+}
+
+bool IsPlainQuery(std::string_view sql) {
+  bool started = false;
+  bool ended = false;  // after a ';'
+  const Token* previousWord = nullptr;
+  const std::vector<Token> tokens = Tokenize(sql);
+  for (const Token& t : tokens) {
+    if (t.kind == TokenKind::Space || t.kind == TokenKind::Comment) continue;
+    if (ended) return false;  // a second statement
+    if (!started) {
+      if (!IsKeyword(t, "SELECT") && !IsKeyword(t, "VALUES") &&
+          !IsKeyword(t, "WITH")) {
+        return false;
+      }
+      started = true;
+    } else if (WritesAt(t, previousWord)) {
+      return false;
+    } else if (t.kind == TokenKind::Punct && t.text == ";") {
+      ended = true;
+    }
+    if (t.kind == TokenKind::Word) previousWord = &t;
+  }
+  return started;
+}
+
+
+bool StepModeOn(std::string_view outConnectionString) {
+  std::string value;
+  try {
+    value = detail::FindValue(detail::ParseConnectionString(outConnectionString), "StepAPI");
+  } catch (const com::Error&) {
+    return false;  // not a string we can read: assume the driver's default (off)
+  }
+  return !value.empty() && std::strchr("123456789yYtT", value.front()) != nullptr;
 }
 
 }  // namespace velmora::ado::dialect

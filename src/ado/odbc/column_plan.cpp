@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "ado/dialect/dialect.hpp"
 #include "ado/odbc/result.hpp"
 #include "ado/odbc/session.hpp"
 #include "velmora/ado/types.hpp"
@@ -164,13 +165,13 @@ void PlanBySqlType(ColumnPlan& p, const ColumnDescription& d) {
 
 }  // namespace
 
-ColumnPlan PlanColumn(const ColumnDescription& d, Engine engine) {
+ColumnPlan PlanColumn(const ColumnDescription& d, const dialect::Dialect& dialect) {
   ColumnPlan p;
   p.info.name = d.name;
   if (d.nullable != SQL_NO_NULLS) p.info.attributes |= adFldIsNullable | adFldMayBeNull;
   if (d.updatable == SQL_ATTR_WRITE) p.info.attributes |= adFldUpdatable;
   else if (d.updatable == SQL_ATTR_READWRITE_UNKNOWN) p.info.attributes |= adFldUnknownUpdatable;
-  const bool byName = (engine == Engine::SQLite || Lower(d.typeName) == "money") && PlanByTypeName(p, d);
+  const bool byName = dialect.TypesColumnsByDeclaredName(d.typeName) && PlanByTypeName(p, d);
   if (!byName) PlanBySqlType(p, d);
   return p;
 }
@@ -180,14 +181,14 @@ ColumnPlan PlanColumn(const ColumnDescription& d, Engine engine) {
 namespace velmora::ado::detail {
 
 ColumnInfo DescribeCatalogColumn(int16_t sqlType, int64_t columnSize, int16_t decimalDigits, int16_t nullable,
-                                 const std::string& typeName, Engine engine) {
+                                 const std::string& typeName, const dialect::Dialect& dialect) {
   odbc::ColumnDescription d;
   d.sqlType = sqlType;
   d.columnSize = columnSize < 0 ? 0 : static_cast<SQLULEN>(columnSize);
   d.decimalDigits = decimalDigits;
   d.nullable = nullable;
   d.typeName = typeName;
-  return odbc::PlanColumn(d, engine).info;
+  return odbc::PlanColumn(d, dialect).info;
 }
 
 }  // namespace velmora::ado::detail

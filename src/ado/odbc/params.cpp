@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "ado/dialect/dialect.hpp"
 #include "ado/values.hpp"
 #include "com/utf.hpp"
 #include "velmora/ado/types.hpp"
@@ -12,7 +13,7 @@ namespace velmora::ado::odbc {
 namespace {
 
 // The SQL type a value is declared with, from the type of its column.
-SQLSMALLINT SqlTypeOf(int32_t adoType, Engine engine) {
+SQLSMALLINT SqlTypeOf(int32_t adoType) {
   switch (adoType) {
     case adTinyInt:
     case adUnsignedTinyInt:
@@ -31,13 +32,12 @@ SQLSMALLINT SqlTypeOf(int32_t adoType, Engine engine) {
     case adDBTime: return SQL_TYPE_TIME;
     case adDate:
     case adDBTimeStamp: return SQL_TYPE_TIMESTAMP;
-    case adGUID: return engine == Engine::PostgreSQL ? SQL_GUID : SQL_WVARCHAR;
+    case adGUID: return SQL_GUID;
     case adLongVarWChar:
     case adLongVarChar: return SQL_WLONGVARCHAR;
-    // psqlODBC maps only VARBINARY to bytea whatever its settings.
     case adBinary:
-    case adVarBinary:
-    case adLongVarBinary: return engine == Engine::PostgreSQL ? SQL_VARBINARY : SQL_LONGVARBINARY;
+    case adVarBinary: return SQL_VARBINARY;
+    case adLongVarBinary: return SQL_LONGVARBINARY;
     default: return SQL_WVARCHAR;
   }
 }
@@ -89,9 +89,9 @@ std::optional<int64_t> IntegerOf(const com::Variant& v) {
 
 }  // namespace
 
-BoundParams::BoundParams(const std::vector<detail::Session::Param>& params, Engine engine, bool wide,
+BoundParams::BoundParams(const std::vector<detail::Session::Param>& params, const dialect::Dialect& dialect, bool wide,
                          const std::string& what)
-    : slots_(params.size()), engine_(engine), wide_(wide) {
+    : slots_(params.size()), dialect_(dialect), wide_(wide) {
   for (size_t i = 0; i < params.size(); ++i) {
     // Engines would alter malformed UTF-8 or cut a string at a NUL: such a
     // value is refused before anything is sent.
@@ -103,7 +103,7 @@ BoundParams::BoundParams(const std::vector<detail::Session::Param>& params, Engi
 }
 
 void BoundParams::Fill(Slot& slot, const com::Variant& value, int32_t adoType) const {
-  slot.sqlType = SqlTypeOf(adoType, engine_);
+  slot.sqlType = SqlTypeOf(dialect_.ParameterType(adoType));
   if (value.IsNull() || value.IsEmpty()) {
     slot.cType = SQL_C_CHAR;
     slot.indicator = SQL_NULL_DATA;

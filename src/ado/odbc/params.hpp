@@ -15,7 +15,8 @@ class BoundParams {
  public:
   // Raises (description starting with `what`) for a text value that is not
   // valid UTF-8 or holds a NUL character.
-  BoundParams(const std::vector<detail::Session::Param>& params, Engine engine, bool wide, const std::string& what);
+  BoundParams(const std::vector<detail::Session::Param>& params, const dialect::Dialect& dialect, bool wide,
+              const std::string& what);
   // Binds every value to the statement (the buffers live as long as this object).
   SQLRETURN BindTo(SQLHSTMT stmt);
 
@@ -31,7 +32,7 @@ class BoundParams {
   void Fill(Slot& slot, const com::Variant& value, int32_t adoType) const;
 
   std::vector<Slot> slots_;
-  Engine engine_;
+  const dialect::Dialect& dialect_;
   bool wide_;
 };
 

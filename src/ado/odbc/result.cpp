@@ -298,7 +298,7 @@ void OdbcResult::Describe() {
       return std::string(buf);
     };
     d.typeName = text(SQL_DESC_TYPE_NAME);
-    ColumnPlan plan = PlanColumn(d, options_.engine);
+    ColumnPlan plan = PlanColumn(d, *options_.dialect);
     plan.info.baseTable = text(SQL_DESC_BASE_TABLE_NAME);
     plan.info.baseColumn = text(SQL_DESC_BASE_COLUMN_NAME);
     plan.info.baseSchema = text(SQL_DESC_SCHEMA_NAME);

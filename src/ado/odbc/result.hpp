@@ -12,6 +12,10 @@
 #include "ado/odbc/stream_slot.hpp"
 #include "velmora/ado/connection.hpp"
 
+namespace velmora::ado::dialect {
+class Dialect;
+}
+
 namespace velmora::ado::odbc {
 
 // How a column's values are read from the driver.
@@ -35,10 +39,10 @@ struct ColumnDescription {
   SQLLEN updatable = SQL_ATTR_READWRITE_UNKNOWN;
   std::string typeName;
 };
-ColumnPlan PlanColumn(const ColumnDescription& d, Engine engine);
+ColumnPlan PlanColumn(const ColumnDescription& d, const dialect::Dialect& dialect);
 
 struct ResultOptions {
-  Engine engine = Engine::Other;
+  const dialect::Dialect* dialect = nullptr;
   bool wide = false;          // text as UTF-16 (SQL_C_WCHAR)
   bool blockReads = false;    // the driver can SQLGetData inside a block
   bool bindSingleRows = false;  // the driver can SQLGetData a bound column

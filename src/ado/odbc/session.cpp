@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "ado/dialect/dialect.hpp"
+#include "ado/dialect/statements.hpp"
 #include "ado/error_map.hpp"
 #include "ado/odbc/api.hpp"
 #include "ado/odbc/call_watch.hpp"
@@ -25,7 +27,7 @@ constexpr int32_t kHousekeepingSeconds = 30;
 struct Session::Impl {
   odbc::EnvHandle env;
   odbc::DbcHandle dbc;
-  Engine engine = Engine::Other;
+  const dialect::Dialect* dialect = &dialect::ForEngine(Engine::Other);
   bool wide = false;
   bool blockReads = false;
   bool bindSingleRows = false;
@@ -76,7 +78,7 @@ struct Session::Impl {
     SQLSMALLINT columns = 0;
     SQLNumResultCols(stmt.Get(), &columns);
     if (columns > 0) {
-      odbc::ResultOptions options{engine, wide, blockReads, bindSingleRows, errors.get(), streamSlot, &watch,
+      odbc::ResultOptions options{dialect, wide, blockReads, bindSingleRows, errors.get(), streamSlot, &watch,
                                   timeoutSeconds};
       outcome.rows = std::make_unique<odbc::OdbcResult>(std::move(self), std::move(stmt), options, std::move(run));
       return outcome;
@@ -133,16 +135,11 @@ bool EveryColumnDeclared(SQLHSTMT prepared) {
   return true;
 }
 
-// psqlODBC (with UseDeclareFetch) runs a statement whose first word is
-// SELECT or WITH as a cursor declaration, which the server refuses for one
-// that writes (WITH ... INSERT, ... RETURNING). It classifies a statement by
-// its first word: one that starts with a comment runs as it is.
-constexpr char kNotACursor[] = "/* */ ";
 
 // CREATE, ALTER and DROP may change what the catalogue says of a table.
 bool ChangesDefinitions(const std::string& sql) {
-  return odbc::StartsWithKeyword(sql, "CREATE") || odbc::StartsWithKeyword(sql, "ALTER") ||
-         odbc::StartsWithKeyword(sql, "DROP");
+  return dialect::StartsWithKeyword(sql, "CREATE") || dialect::StartsWithKeyword(sql, "ALTER") ||
+         dialect::StartsWithKeyword(sql, "DROP");
 }
 
 // Runs one statement text on a handle, in the driver's character width.
@@ -245,17 +242,21 @@ std::shared_ptr<Session> Session::Connect(const OdbcTarget& target, int32_t logi
     RaiseProvider(s.errors.get(), "Connection.Open failed", diags);
   }
   s.dbmsName = s.InfoText(SQL_DBMS_NAME);
-  s.engine = target.engine != Engine::Other ? target.engine : EngineOfDriver(s.dbmsName);
-  s.wide = s.engine != Engine::SQLite;
-  s.stepMode = s.engine == Engine::SQLite && odbc::StepModeOn(reinterpret_cast<const char*>(completed));
-  if (s.engine == Engine::PostgreSQL) s.stream = odbc::StreamSlot(odbc::StreamSlot::Policy::AllInsideTransactions);
+  // The one place that picks the engine's dialect: from the driver's name,
+  // else from the DBMS name the driver reports.
+  s.dialect = &dialect::ForEngine(target.engine != Engine::Other ? target.engine : dialect::EngineOfDriver(s.dbmsName));
+  s.wide = !s.dialect->NarrowText();
+  s.stepMode = s.dialect->StepsThroughResults(reinterpret_cast<const char*>(completed));
+  if (s.dialect->CursorsEndWithTransactions()) {
+    s.stream = odbc::StreamSlot(odbc::StreamSlot::Policy::AllInsideTransactions);
+  }
   SQLUINTEGER extensions = 0;
   SQLGetInfo(s.dbc.Get(), SQL_GETDATA_EXTENSIONS, &extensions, sizeof extensions, nullptr);
   constexpr SQLUINTEGER kNeeded = SQL_GD_ANY_COLUMN | SQL_GD_BLOCK | SQL_GD_BOUND;
   s.blockReads = (extensions & kNeeded) == kNeeded;
   constexpr SQLUINTEGER kBoundReads = SQL_GD_ANY_COLUMN | SQL_GD_BOUND;
   s.bindSingleRows = (extensions & kBoundReads) == kBoundReads;
-  if (s.engine == Engine::PostgreSQL) session->PrepareServerSession();
+  if (!s.dialect->SessionSetupQuery().empty()) session->PrepareServerSession();
   return session;
 }
 
@@ -264,9 +265,7 @@ std::shared_ptr<Session> Session::Connect(const OdbcTarget& target, int32_t logi
 // and finds the connection's socket by the ports the server sees, so that
 // calls can be bounded when the server stalls. One round trip.
 void Session::PrepareServerSession() {
-  Outcome outcome = Execute("SELECT set_config('standard_conforming_strings', 'on', false), inet_client_port(), "
-                            "inet_server_port()",
-                            kHousekeepingSeconds, "Preparing the session failed");
+  Outcome outcome = Execute(impl_->dialect->SessionSetupQuery(), kHousekeepingSeconds, "Preparing the session failed");
   std::vector<Row> rows(1);
   if (!outcome.rows || outcome.rows->Fetch(rows, 0, 1) != 1) return;
   const Row& row = rows[0];
@@ -275,7 +274,8 @@ void Session::PrepareServerSession() {
   impl_->watch.AttachSocket(com::CLng(row.at(1)), com::CLng(row.at(2)));
 }
 
-Engine Session::EngineKind() const noexcept { return impl_->engine; }
+Engine Session::EngineKind() const noexcept { return impl_->dialect->Kind(); }
+const dialect::Dialect& Session::Dialect() const noexcept { return *impl_->dialect; }
 Errors* Session::ErrorSink() const noexcept { return impl_->errors.get(); }
 std::string Session::DbmsName() const { return impl_->dbmsName; }
 bool Session::InTransaction() const noexcept { return impl_->transaction != Impl::Tx::None; }
@@ -287,7 +287,7 @@ Session::Outcome Session::Execute(const std::string& sql, int32_t timeoutSeconds
 }
 
 // A statement that is not a plain query never runs as a server cursor (see
-// kNotACursor). In step mode a plain query without parameters whose columns all have
+// the dialect's WriteStatementPrefix). In step mode a plain query without parameters whose columns all have
 // declared types is prepared and executed forward-only, so that the driver
 // steps through it (unless a transaction or another stream is open: then it
 // holds it whole). Anything but a plain query first settles the open
@@ -299,11 +299,11 @@ Session::Outcome Session::Execute(const std::string& sql, const std::vector<Para
                                   const std::string& what) {
   impl_->RequireLink(what);
   com::detail::RequireEngineText(sql, what + ": the statement text");
-  const bool plainQuery = odbc::IsPlainQuery(sql);
+  const bool plainQuery = dialect::IsPlainQuery(sql);
   if (impl_->stepMode && !plainQuery) impl_->stream.Settle();
   if (!plainQuery && ChangesDefinitions(sql)) impl_->keys.byTable.clear();
-  if (!plainQuery && impl_->engine == Engine::PostgreSQL) {
-    return ExecuteOnce(kNotACursor + sql, params, timeoutSeconds, what);
+  if (!plainQuery && !impl_->dialect->WriteStatementPrefix().empty()) {
+    return ExecuteOnce(std::string(impl_->dialect->WriteStatementPrefix()) + sql, params, timeoutSeconds, what);
   }
   if (impl_->stepMode && plainQuery && params.empty()) {
     odbc::StmtHandle stmt = impl_->NewStatement(timeoutSeconds);
@@ -320,7 +320,8 @@ Session::Outcome Session::Execute(const std::string& sql, const std::vector<Para
     }
   }
   Outcome outcome = ExecuteOnce(sql, params, timeoutSeconds, what);
-  if (impl_->engine == Engine::SQLite && !outcome.rows && odbc::StartsWithKeyword(sql, "WITH")) {
+  if (!impl_->dialect->ChangesOfLastStatementQuery().empty() && !outcome.rows &&
+      dialect::StartsWithKeyword(sql, "WITH")) {
     outcome.rowsAffected = ChangesOfLastStatement();
   }
   return outcome;
@@ -329,7 +330,8 @@ Session::Outcome Session::Execute(const std::string& sql, const std::vector<Para
 // The SQLite driver counts the rows of a statement that starts with WITH as
 // those of a query (none); the engine knows how many it changed.
 int64_t Session::ChangesOfLastStatement() {
-  Outcome changes = ExecuteOnce("SELECT changes()", {}, 0, "Reading the count of changed rows failed");
+  Outcome changes = ExecuteOnce(std::string(impl_->dialect->ChangesOfLastStatementQuery()), {}, 0,
+                                "Reading the count of changed rows failed");
   std::vector<Row> rows(1);
   if (!changes.rows || changes.rows->Fetch(rows, 0, 1) != 1) return -1;
   return com::CLng(rows[0].at(0));
@@ -344,7 +346,7 @@ Session::Outcome Session::ExecuteOnce(const std::string& sql, const std::vector<
   if (impl_->stepMode) {
     SQLSetStmtAttr(stmt.Get(), SQL_ATTR_CURSOR_TYPE, reinterpret_cast<SQLPOINTER>(SQL_CURSOR_STATIC), 0);
   }
-  auto bound = std::make_shared<odbc::BoundParams>(params, impl_->engine, wide, what);
+  auto bound = std::make_shared<odbc::BoundParams>(params, *impl_->dialect, wide, what);
   const RunContext context{wide, impl_->errors.get(), &impl_->watch, timeoutSeconds, what};
   auto run = [sql, wide, context, bound](odbc::StmtHandle& h) {
     context.Run(h, [&](SQLHSTMT s) {
@@ -353,7 +355,7 @@ Session::Outcome Session::ExecuteOnce(const std::string& sql, const std::vector<
     });
   };
   run(stmt);
-  odbc::StreamSlot* slot = impl_->engine == Engine::PostgreSQL ? &impl_->stream : nullptr;
+  odbc::StreamSlot* slot = impl_->dialect->CursorsEndWithTransactions() ? &impl_->stream : nullptr;
   return impl_->Finish(shared_from_this(), std::move(stmt), run, slot, timeoutSeconds);
 }
 
@@ -369,7 +371,7 @@ std::unique_ptr<RowSource> Session::Catalog(CatalogCall call, const std::vector<
   };
   run(stmt);
   // Catalog results are read by position, one row at a time.
-  odbc::ResultOptions options{impl_->engine, wide, false, false, errors, nullptr, &impl_->watch, kHousekeepingSeconds};
+  odbc::ResultOptions options{impl_->dialect, wide, false, false, errors, nullptr, &impl_->watch, kHousekeepingSeconds};
   return std::make_unique<odbc::OdbcResult>(shared_from_this(), std::move(stmt), options, run);
 }
 
@@ -419,13 +421,14 @@ void Session::EndTransaction(bool commit, int32_t timeoutSeconds) {
   if (!SQL_SUCCEEDED(restored)) impl_->FailDbc("Restoring automatic commit failed");
 }
 
-// The embedded engine takes its write lock for the whole transaction at
-// once (BEGIN IMMEDIATE), waiting no longer than the connection's short busy
-// timeout for another session's; server engines open a manual-commit
-// transaction and lock rows one by one.
+// An engine whose writer locks the whole database takes that lock for the
+// whole transaction at once (its dialect's statement), waiting no longer
+// than the connection's short busy timeout for another session's; server
+// engines open a manual-commit transaction and lock rows one by one.
 void Session::BeginEditTransaction() {
-  if (impl_->engine == Engine::SQLite) {
-    Execute("BEGIN IMMEDIATE", 0, "Taking the database's write lock failed");
+  const std::string_view begin = impl_->dialect->EditTransactionStatement();
+  if (!begin.empty()) {
+    Execute(std::string(begin), 0, "Taking the database's write lock failed");
   } else {
     BeginTransaction();
   }
@@ -433,7 +436,7 @@ void Session::BeginEditTransaction() {
 }
 
 void Session::EndEditTransaction(bool commit) {
-  if (impl_->engine != Engine::SQLite) {
+  if (impl_->dialect->EditTransactionStatement().empty()) {
     EndTransaction(commit, kHousekeepingSeconds);
     return;
   }

@@ -13,6 +13,10 @@
 #include "velmora/ado/errors.hpp"
 #include "velmora/com/variant.hpp"
 
+namespace velmora::ado::dialect {
+class Dialect;
+}
+
 namespace velmora::ado::detail {
 
 // How long an insert waits on the server for another session's lock (an
@@ -30,6 +34,8 @@ class Session : public std::enable_shared_from_this<Session> {
   Session& operator=(const Session&) = delete;
 
   Engine EngineKind() const noexcept;
+  // Every engine-specific answer, chosen when the session connected.
+  const dialect::Dialect& Dialect() const noexcept;
   Errors* ErrorSink() const noexcept;
   std::string DbmsName() const;
 
@@ -94,5 +100,5 @@ namespace velmora::ado::detail {
 // The Field view (type, sizes, fixed/long/nullable attributes) of a column
 // that a catalog function describes by its SQL type.
 ColumnInfo DescribeCatalogColumn(int16_t sqlType, int64_t columnSize, int16_t decimalDigits, int16_t nullable,
-                                 const std::string& typeName, Engine engine);
+                                 const std::string& typeName, const dialect::Dialect& dialect);
 }  // namespace velmora::ado::detail

@@ -54,16 +54,4 @@ class StreamSlot {
   bool inTransaction_ = false;
 };
 
-// True when the driver's out-connection-string has step mode on (the driver
-// reads a boolean option as true when it starts with 1-9, y or t).
-bool StepModeOn(std::string_view outConnectionString);
-
-// True for a single statement that only reads: it starts with SELECT, VALUES
-// or WITH, has no RETURNING clause and no INSERT, UPDATE (other than FOR
-// UPDATE), DELETE or MERGE inside a WITH. Anything else may write.
-bool IsPlainQuery(std::string_view sql);
-
-// True when the first word of `sql` (after blanks and comments) is `upper`.
-bool StartsWithKeyword(std::string_view sql, std::string_view upper);
-
 }  // namespace velmora::ado::odbc
