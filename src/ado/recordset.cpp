@@ -9,6 +9,7 @@
 #include "ado/error_map.hpp"
 #include "ado/odbc/session.hpp"
 #include "ado/read_start.hpp"
+#include "com/utf.hpp"
 #include "velmora/com/error.hpp"
 
 namespace velmora::ado {
@@ -162,11 +163,7 @@ com::Variant Field::GetChunk(int32_t length) {
   const std::string& s = v.Get<std::string>();
   if (chunkOffset_ >= s.size()) return com::Null;
   // Text chunks count characters: advance over whole UTF-8 sequences.
-  size_t end = chunkOffset_;
-  for (int32_t chars = 0; chars < length && end < s.size(); ++chars) {
-    ++end;
-    while (end < s.size() && (static_cast<unsigned char>(s[end]) & 0xC0) == 0x80) ++end;
-  }
+  const size_t end = com::detail::OffsetAfterChars(s, chunkOffset_, length);
   std::string part = s.substr(chunkOffset_, end - chunkOffset_);
   chunkOffset_ = end;
   return part;

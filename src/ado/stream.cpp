@@ -1,15 +1,12 @@
 #include "velmora/ado/stream.hpp"
 
-#include <iconv.h>
-
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cstring>
-#include <unordered_map>
-#include <vector>
+#include <optional>
 
 #include "ado/error_map.hpp"
+#include "com/utf.hpp"
 
 namespace velmora::ado {
 
@@ -21,145 +18,21 @@ constexpr const char* kStreamSource = "Velmora.ado.Stream";
   detail::RaiseAdo(number, kStreamSource);
 }
 
-// ---- UTF-8 (generalized: lone surrogates are kept in their 3-byte form) ----
-
-constexpr char32_t kReplacement = 0xFFFD;
-
-void AppendUtf8(std::string& out, char32_t cp) {
-  if (cp < 0x80) {
-    out += static_cast<char>(cp);
-  } else if (cp < 0x800) {
-    out += static_cast<char>(0xC0 | (cp >> 6));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else if (cp < 0x10000) {
-    out += static_cast<char>(0xE0 | (cp >> 12));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (cp >> 18));
-    out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  }
-}
+// Text streams keep what is not well-formed UTF-16 as it is: a lone
+// surrogate is a character of its own (UTF-8 in the generalized three-byte
+// form) and comes back as the same unit.
+constexpr auto kKeep = com::detail::LoneSurrogates::Keep;
 
 struct DecodedChar {
   char32_t cp;
   std::size_t length;  // bytes consumed
 };
 
-// The code point at the start of `text` (which is not empty); an invalid or
-// cut sequence gives U+FFFD for its first byte.
-DecodedChar NextUtf8(std::string_view text) {
-  const auto lead = static_cast<unsigned char>(text[0]);
-  if (lead < 0x80) return {lead, 1};
-  std::size_t length = 0;
-  char32_t cp = 0;
-  char32_t minimum = 0;
-  if ((lead & 0xE0) == 0xC0) {
-    length = 2;
-    cp = lead & 0x1F;
-    minimum = 0x80;
-  } else if ((lead & 0xF0) == 0xE0) {
-    length = 3;
-    cp = lead & 0x0F;
-    minimum = 0x800;
-  } else if ((lead & 0xF8) == 0xF0) {
-    length = 4;
-    cp = lead & 0x07;
-    minimum = 0x10000;
-  } else {
-    return {kReplacement, 1};
-  }
-  if (text.size() < length) return {kReplacement, 1};
-  for (std::size_t i = 1; i < length; ++i) {
-    const auto next = static_cast<unsigned char>(text[i]);
-    if ((next & 0xC0) != 0x80) return {kReplacement, 1};
-    cp = (cp << 6) | (next & 0x3F);
-  }
-  if (cp < minimum || cp > 0x10FFFF) return {kReplacement, 1};
-  return {cp, length};
-}
-
-void AppendUtf16Unit(com::ByteArray& out, char32_t unit) {
-  out.push_back(static_cast<uint8_t>(unit & 0xFF));
-  out.push_back(static_cast<uint8_t>(unit >> 8));
-}
-
-bool IsHighSurrogate(char32_t unit) {
-  return unit >= 0xD800 && unit <= 0xDBFF;
-}
-bool IsLowSurrogate(char32_t unit) {
-  return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
-char32_t Utf16UnitAt(const uint8_t* data, std::size_t offset) {
-  return static_cast<char32_t>(data[offset] | (data[offset + 1] << 8));
-}
-
-// The character at the start of UTF-16LE bytes (at least two of them); a
-// lone surrogate is a character of its own.
-DecodedChar NextUtf16(const uint8_t* data, std::size_t size) {
-  const char32_t unit = Utf16UnitAt(data, 0);
-  if (IsHighSurrogate(unit) && size >= 4) {
-    const char32_t low = Utf16UnitAt(data, 2);
-    if (IsLowSurrogate(low)) return {0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00), 4};
-  }
-  return {unit, 2};
-}
-
-// ---- iconv ----
-
-// Conversion descriptors, opened once per thread and pair of sets (opening
-// one loads the conversion tables, which is far dearer than converting).
-class IconvCache {
- public:
-  ~IconvCache() {
-    for (auto& entry : table_) iconv_close(entry.second);
-  }
-  // The descriptor from `from` to `to`, reset to its initial state; raises
-  // 3001 when iconv does not know a set.
-  iconv_t Get(const std::string& to, const std::string& from) {
-    const std::string key = to + '\n' + from;
-    auto it = table_.find(key);
-    if (it == table_.end()) {
-      iconv_t cd = iconv_open(to.c_str(), from.c_str());
-      if (cd == reinterpret_cast<iconv_t>(-1)) RaiseStreamError(adErrInvalidArgument);
-      it = table_.emplace(key, cd).first;
-    }
-    iconv(it->second, nullptr, nullptr, nullptr, nullptr);
-    return it->second;
-  }
-
- private:
-  std::unordered_map<std::string, iconv_t> table_;
-};
-
-iconv_t Converter(const std::string& to, const std::string& from) {
-  thread_local IconvCache cache;
-  return cache.Get(to, from);
-}
-
-// Runs `cd` over the whole input into `out`. When a piece of input cannot be
-// converted, `fallback(in, left)` appends its replacement to `out` and
-// returns how many input bytes it stands for.
-template <class Out, class Fallback>
-void ConvertAll(iconv_t cd, const char* in, std::size_t size, Out& out, Fallback fallback) {
-  char buffer[4096];
-  auto* input = const_cast<char*>(in);  // iconv's signature; the input is not written
-  std::size_t left = size;
-  while (left > 0) {
-    char* output = buffer;
-    std::size_t room = sizeof buffer;
-    const std::size_t result = iconv(cd, &input, &left, &output, &room);
-    out.insert(out.end(), buffer, output);
-    if (result == static_cast<std::size_t>(-1) && errno != E2BIG) {
-      const std::size_t skipped = fallback(input, left);
-      input += skipped;
-      left -= skipped;
-      iconv(cd, nullptr, nullptr, nullptr, nullptr);
-    }
-  }
+// Raises 3001 when iconv does not know the set.
+template <class T>
+T KnownCharset(std::optional<T> converted) {
+  if (!converted) RaiseStreamError(adErrInvalidArgument);
+  return std::move(*converted);
 }
 
 // ---- the character sets of text streams ----
@@ -187,22 +60,14 @@ com::ByteArray EncodeText(std::string_view text, const std::string& charset) {
 
 // The character at the start of bytes in the set (at least one byte).
 DecodedChar NextChar(const uint8_t* data, std::size_t size, const std::string& charset) {
+  std::size_t length = 0;
   if (IsUnicodeCharset(charset)) {
-    if (size >= 2) return NextUtf16(data, size);
-    return {data[0], 1};
+    if (size < 2) return {data[0], 1};
+    const char32_t cp = com::detail::NextUtf16LeChar(data, size, length, kKeep);
+    return {cp, length};
   }
-  // One character at a time: an output room of one UTF-32 unit makes iconv
-  // stop after the first character and tell how much input it took.
-  iconv_t cd = Converter("UTF-32LE", charset);
-  auto* input = reinterpret_cast<char*>(const_cast<uint8_t*>(data));
-  std::size_t left = size;
-  uint8_t unit[4];
-  auto* output = reinterpret_cast<char*>(unit);
-  std::size_t room = sizeof unit;
-  iconv(cd, &input, &left, &output, &room);
-  if (room != 0) return {data[0], 1};  // not convertible: the byte's own value
-  const char32_t cp = static_cast<char32_t>(unit[0] | (unit[1] << 8) | (unit[2] << 16) | (unit[3] << 24));
-  return {cp, size - left};
+  const char32_t cp = KnownCharset(com::detail::NextCharsetChar(data, size, length, charset));
+  return {cp, length};
 }
 
 std::string DecodeText(const uint8_t* data, std::size_t size, const std::string& charset) {
@@ -227,54 +92,19 @@ std::string_view SeparatorText(int32_t separator) {
 // ---- public text conversions ----
 
 com::ByteArray Utf16leBytesFromString(std::string_view text) {
-  com::ByteArray out;
-  out.reserve(text.size() * 2);
-  while (!text.empty()) {
-    const DecodedChar c = NextUtf8(text);
-    text.remove_prefix(c.length);
-    if (c.cp >= 0x10000) {
-      AppendUtf16Unit(out, 0xD800 + ((c.cp - 0x10000) >> 10));
-      AppendUtf16Unit(out, 0xDC00 + ((c.cp - 0x10000) & 0x3FF));
-    } else {
-      AppendUtf16Unit(out, c.cp);
-    }
-  }
-  return out;
+  return com::detail::Utf8ToUtf16Le(text, kKeep);
 }
 
 std::string StringFromUtf16leBytes(const uint8_t* data, std::size_t size) {
-  std::string out;
-  out.reserve(size);
-  std::size_t offset = 0;
-  while (offset + 2 <= size) {
-    const DecodedChar c = NextUtf16(data + offset, size - offset);
-    AppendUtf8(out, c.cp);
-    offset += c.length;
-  }
-  return out;
+  return com::detail::Utf16LeToUtf8(data, size, kKeep, com::detail::OddLastByte::Drop);
 }
 
 com::ByteArray CharsetBytesFromString(std::string_view text, const std::string& charset) {
-  com::ByteArray out;
-  out.reserve(text.size());
-  ConvertAll(Converter(charset, "UTF-8"), text.data(), text.size(), out,
-             [&out](const char* in, std::size_t left) {
-               const DecodedChar c = NextUtf8(std::string_view(in, left));
-               out.push_back(c.cp >= 0x80 && c.cp <= 0x9F ? static_cast<uint8_t>(c.cp) : uint8_t{'?'});
-               return c.length;
-             });
-  return out;
+  return KnownCharset(com::detail::CharsetBytesFromUtf8(text, charset));
 }
 
 std::string StringFromCharsetBytes(const uint8_t* data, std::size_t size, const std::string& charset) {
-  std::string out;
-  out.reserve(size);
-  ConvertAll(Converter("UTF-8", charset), reinterpret_cast<const char*>(data), size, out,
-             [&out](const char* in, std::size_t) {
-               AppendUtf8(out, static_cast<unsigned char>(*in));
-               return std::size_t{1};
-             });
-  return out;
+  return KnownCharset(com::detail::Utf8FromCharsetBytes(data, size, charset));
 }
 
 // ---- Stream ----
@@ -320,7 +150,7 @@ struct Stream::Impl {
     while (Left() > 0) {
       const DecodedChar c = NextChar(Here(), Left(), charset);
       position += c.length;
-      AppendUtf8(line, c.cp);
+      com::detail::AppendUtf8(line, c.cp);
       if (line.size() >= separator.size() && line.ends_with(separator)) {
         line.resize(line.size() - separator.size());
         break;
@@ -333,7 +163,7 @@ struct Stream::Impl {
     for (int32_t i = 0; i < count && Left() > 0; ++i) {
       const DecodedChar c = NextChar(Here(), Left(), charset);
       position += c.length;
-      AppendUtf8(text, c.cp);
+      com::detail::AppendUtf8(text, c.cp);
     }
     return text;
   }
@@ -383,7 +213,7 @@ const std::string& Stream::Charset() const noexcept {
 }
 void Stream::Charset(const std::string& charset) {
   impl_->RequireAtStart();
-  if (!IsUnicodeCharset(charset)) Converter("UTF-8", charset);  // raises 3001 for an unknown set
+  if (!IsUnicodeCharset(charset) && !com::detail::IsKnownCharset(charset)) RaiseStreamError(adErrInvalidArgument);
   impl_->charset = charset;
 }
 

@@ -2,6 +2,8 @@
 
 #include <cctype>
 
+#include "com/calendar.hpp"
+
 namespace velmora::ado::detail {
 namespace {
 
@@ -97,82 +99,12 @@ com::Decimal DecimalFromInt64(int64_t value) {
   return d;
 }
 
-int64_t DaysFromCivil(int year, unsigned month, unsigned day) {
-  // Howard Hinnant's days_from_civil, shifted to the OLE epoch 1899-12-30.
-  year -= month <= 2;
-  const int64_t era = (year >= 0 ? year : year - 399) / 400;
-  const auto yoe = static_cast<unsigned>(year - era * 400);
-  const unsigned doy = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-  const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-  constexpr int64_t kUnixToOle = 25569;  // days from 1899-12-30 to 1970-01-01
-  return era * 146097 + static_cast<int64_t>(doe) - 719468 + kUnixToOle;
-}
-
 com::Date DateFromParts(int year, int month, int day, int hour, int minute, int second, uint32_t fraction) {
-  const int64_t days = DaysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day));
+  const int64_t days = com::detail::DaysFromCivil(year, month, day);
   const double millis = static_cast<double>(fraction / 1000000u);
   const double time = ((hour * 60.0 + minute) * 60.0 + second + millis / 1000.0) / 86400.0;
   // OLE dates before the epoch keep a positive time fraction: -1.25 is a day back at 06:00.
   return com::Date(days >= 0 ? static_cast<double>(days) + time : static_cast<double>(days) - time);
-}
-
-void AppendUtf8FromUtf16(std::string& out, const char16_t* units, size_t count) {
-  for (size_t i = 0; i < count; ++i) {
-    uint32_t cp = units[i];
-    if (cp < 0x80) {
-      out.push_back(static_cast<char>(cp));
-      continue;
-    }
-    if (cp >= 0xD800 && cp <= 0xDBFF && i + 1 < count && units[i + 1] >= 0xDC00 && units[i + 1] <= 0xDFFF) {
-      cp = 0x10000 + ((cp - 0xD800) << 10) + (units[i + 1] - 0xDC00u);
-      ++i;
-    } else if (cp >= 0xD800 && cp <= 0xDFFF) {
-      cp = 0xFFFD;
-    }
-    if (cp < 0x800) {
-      out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-    } else if (cp < 0x10000) {
-      out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-      out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    } else {
-      out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-      out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-      out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    }
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  }
-}
-
-std::u16string Utf16FromUtf8(std::string_view text) {
-  std::u16string out;
-  out.reserve(text.size());
-  for (size_t i = 0; i < text.size();) {
-    const auto b = static_cast<unsigned char>(text[i]);
-    uint32_t cp;
-    size_t len;
-    if (b < 0x80) { cp = b; len = 1; }
-    else if ((b & 0xE0) == 0xC0) { cp = b & 0x1Fu; len = 2; }
-    else if ((b & 0xF0) == 0xE0) { cp = b & 0x0Fu; len = 3; }
-    else if ((b & 0xF8) == 0xF0) { cp = b & 0x07u; len = 4; }
-    else { out.push_back(u'\xFFFD'); ++i; continue; }
-    if (i + len > text.size()) { out.push_back(u'\xFFFD'); break; }
-    bool valid = true;
-    for (size_t k = 1; k < len; ++k) {
-      const auto c = static_cast<unsigned char>(text[i + k]);
-      if ((c & 0xC0) != 0x80) valid = false;
-      cp = (cp << 6) | (c & 0x3Fu);
-    }
-    i += valid ? len : 1;
-    if (!valid) { out.push_back(u'\xFFFD'); continue; }
-    if (cp >= 0x10000) {
-      cp -= 0x10000;
-      out.push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
-      out.push_back(static_cast<char16_t>(0xDC00 + (cp & 0x3FF)));
-    } else {
-      out.push_back(static_cast<char16_t>(cp));
-    }
-  }
-  return out;
 }
 
 }  // namespace velmora::ado::detail

@@ -1,12 +1,12 @@
 #pragma once
 // Exact conversions of driver data into variant values: decimal and currency
-// text (never through a double), calendar parts into OLE dates, and UTF-16
-// to UTF-8.
+// text (never through a double) and calendar parts into OLE dates.
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "com/utf.hpp"
 #include "velmora/com/datetime.hpp"
 
 namespace velmora::ado::detail {
@@ -21,14 +21,11 @@ std::optional<com::Currency> CurrencyFromText(std::string_view text);
 com::Decimal DecimalFromInt64(int64_t value);
 com::Decimal DecimalFromUInt64(uint64_t value);
 
-// Days since 1899-12-30 of a proleptic Gregorian calendar day.
-int64_t DaysFromCivil(int year, unsigned month, unsigned day);
 // An OLE date from its parts (fraction: nanoseconds, kept to the millisecond
 // precision of a double date).
 com::Date DateFromParts(int year, int month, int day, int hour, int minute, int second, uint32_t fraction);
 
-// Appends UTF-8 for UTF-16 code units (unpaired surrogates become U+FFFD).
-void AppendUtf8FromUtf16(std::string& out, const char16_t* units, size_t count);
-std::u16string Utf16FromUtf8(std::string_view text);
+// Text for a driver that takes UTF-16 (malformed bytes become U+FFFD).
+inline std::u16string Utf16FromUtf8(std::string_view text) { return com::detail::Utf8ToUtf16(text); }
 
 }  // namespace velmora::ado::detail

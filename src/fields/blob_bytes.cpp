@@ -1,6 +1,6 @@
 // The byte conversions of long columns, shared by StringToBlob and
 // BlobToString.
-#include "velmora/ado/stream.hpp"
+#include "com/utf.hpp"
 #include "velmora/fields/field_access.hpp"
 #include "velmora/support/support_object.hpp"
 
@@ -17,7 +17,8 @@ std::string BlobTextOf(const com::ByteArray& Bytes, bool AnsiBlob) {
   // the ANSI path converts all of them; the UTF-16 path has no use for an
   // odd last byte.
   if (AnsiBlob) return Support().StringFromAnsiBytes(Bytes);
-  return ado::StringFromUtf16leBytes(Bytes);
+  return com::detail::Utf16LeToUtf8(Bytes.data(), Bytes.size(), com::detail::LoneSurrogates::Keep,
+                                    com::detail::OddLastByte::Drop);
 }
 
 }  // namespace velmora

@@ -1,6 +1,7 @@
 // The reading side of field value access.
 #include "velmora/ado/recordset.hpp"
-#include "velmora/ado/stream.hpp"
+#include "ado/error_map.hpp"
+#include "com/utf.hpp"
 #include "velmora/fields/field_access.hpp"
 #include "velmora/fields/type_names.hpp"
 #include "velmora/support/support_object.hpp"
@@ -21,20 +22,15 @@ bool SkipMissing(const std::shared_ptr<ado::Fields>& fields, const std::string& 
 }  // namespace
 
 std::string BlobToString(const std::shared_ptr<ado::Field>& Field, bool AnsiBlob) {
-  com::ByteArray bytes;
-  if (Field->ActualSize() > 0) {
-    // The value goes through a binary stream: a string comes out as its
-    // UTF-16LE bytes, a byte array as itself.
-    auto stream = std::make_shared<ado::Stream>();
-    stream->Type(ado::adTypeBinary);
-    stream->Open(com::Missing, 0, ado::adOpenStreamUnspecified);
-    stream->Write(Field->Value());
-    stream->Position(0);
-    com::Variant read = stream->Read(ado::adReadAll);
-    stream->Close();
-    if (auto* content = read.TryGet<com::ByteArray>()) bytes = std::move(*content);
+  if (Field->ActualSize() <= 0) return BlobTextOf(com::ByteArray(), AnsiBlob);
+  // A byte array is read as it is, a string as its UTF-16LE bytes.
+  const com::Variant& value = Field->ValueRef();
+  if (const auto* bytes = value.TryGet<com::ByteArray>()) return BlobTextOf(*bytes, AnsiBlob);
+  if (const auto* text = value.TryGet<std::string>()) {
+    return BlobTextOf(com::detail::Utf8ToUtf16Le(*text, com::detail::LoneSurrogates::Keep), AnsiBlob);
   }
-  return BlobTextOf(bytes, AnsiBlob);
+  // Neither text nor bytes: the invalid argument a binary stream would refuse.
+  ado::detail::RaiseAdo(ado::adErrInvalidArgument, "Velmora.ado.Stream", "a long column holds neither text nor bytes");
 }
 
 com::Variant FieldValueGet(const std::shared_ptr<ado::Field>& Field, int16_t& vType, bool AnsiBlob) {

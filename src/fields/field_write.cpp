@@ -1,6 +1,7 @@
 // The writing side of field value access.
 #include <algorithm>
 
+#include "com/utf.hpp"
 #include "velmora/ado/recordset.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/fields/field_access.hpp"
@@ -13,12 +14,7 @@ namespace {
 
 // The leftmost `count` characters (code points) of UTF-8 text.
 std::string LeftChars(const std::string& text, int32_t count) {
-  std::size_t end = 0;
-  for (int32_t n = 0; n < count && end < text.size(); ++n) {
-    do ++end;
-    while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80);
-  }
-  return text.substr(0, end);
+  return text.substr(0, com::detail::OffsetAfterChars(text, 0, count));
 }
 
 bool IsZeroNumber(const com::Variant& value) {

@@ -1,6 +1,6 @@
 #include "ado/odbc/api.hpp"
 
-#include "ado/values.hpp"
+#include "com/utf.hpp"
 
 namespace velmora::ado::odbc {
 
@@ -26,7 +26,7 @@ bool ReadOneWide(SQLSMALLINT kind, SQLHANDLE handle, SQLSMALLINT index, DiagReco
   }
   out.nativeError = native;
   out.message.clear();
-  detail::AppendUtf8FromUtf16(out.message, message.data(), message.size());
+  com::detail::AppendUtf8FromUtf16(out.message, message);
   return true;
 }
 

@@ -5,6 +5,7 @@
 
 #include "ado/dialect/dialect.hpp"
 #include "ado/values.hpp"
+#include "com/calendar.hpp"
 #include "com/utf.hpp"
 #include "velmora/ado/types.hpp"
 #include "velmora/com/conversions.hpp"
@@ -54,19 +55,11 @@ SQL_TIMESTAMP_STRUCT TimestampOf(com::Date date) {
     millis -= 86400000;
     ++day;
   }
-  // Howard Hinnant's civil_from_days, from the OLE epoch.
-  const int64_t z = day - 25569 + 719468;
-  const int64_t era = (z >= 0 ? z : z - 146096) / 146097;
-  const auto doe = static_cast<unsigned>(z - era * 146097);
-  const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-  const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-  const unsigned mp = (5 * doy + 2) / 153;
-  const unsigned d = doy - (153 * mp + 2) / 5 + 1;
-  const unsigned m = mp < 10 ? mp + 3 : mp - 9;
+  const com::detail::CivilDate civil = com::detail::CivilFromDays(day);
   SQL_TIMESTAMP_STRUCT t{};
-  t.year = static_cast<SQLSMALLINT>(static_cast<int64_t>(yoe) + era * 400 + (m <= 2));
-  t.month = static_cast<SQLUSMALLINT>(m);
-  t.day = static_cast<SQLUSMALLINT>(d);
+  t.year = static_cast<SQLSMALLINT>(civil.year);
+  t.month = static_cast<SQLUSMALLINT>(civil.month);
+  t.day = static_cast<SQLUSMALLINT>(civil.day);
   t.hour = static_cast<SQLUSMALLINT>(millis / 3600000);
   t.minute = static_cast<SQLUSMALLINT>(millis / 60000 % 60);
   t.second = static_cast<SQLUSMALLINT>(millis / 1000 % 60);

@@ -7,6 +7,7 @@
 #include "ado/error_map.hpp"
 #include "ado/values.hpp"
 #include "com/exact_number.hpp"
+#include "com/utf.hpp"
 #include "velmora/ado/types.hpp"
 #include "velmora/com/error.hpp"
 
@@ -62,7 +63,7 @@ void StoreText(com::Variant& out, const char* data, size_t bytes, bool wide) {
   std::string& s = StringSlot(out);
   if (wide) {
     s.reserve(bytes / 2);
-    detail::AppendUtf8FromUtf16(s, reinterpret_cast<const char16_t*>(data), bytes / 2);
+    com::detail::AppendUtf8FromUtf16(s, std::u16string_view(reinterpret_cast<const char16_t*>(data), bytes / 2));
   } else {
     s.assign(data, bytes);
   }
@@ -274,8 +275,9 @@ void OdbcResult::Describe() {
     if (options_.wide) {
       rc = SQLDescribeColW(stmt_.Get(), static_cast<SQLUSMALLINT>(i), wname, 256, &nameLength, &d.sqlType,
                            &d.columnSize, &d.decimalDigits, &d.nullable);
-      detail::AppendUtf8FromUtf16(d.name, reinterpret_cast<const char16_t*>(wname),
-                                  std::min<size_t>(static_cast<size_t>(nameLength), 255));
+      com::detail::AppendUtf8FromUtf16(
+          d.name, std::u16string_view(reinterpret_cast<const char16_t*>(wname),
+                                      std::min<size_t>(static_cast<size_t>(nameLength), 255)));
     } else {
       rc = SQLDescribeCol(stmt_.Get(), static_cast<SQLUSMALLINT>(i), name, sizeof name, &nameLength, &d.sqlType,
                           &d.columnSize, &d.decimalDigits, &d.nullable);
