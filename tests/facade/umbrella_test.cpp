@@ -10,7 +10,7 @@
 #include <set>
 #include <string>
 
-#include "support/raised_error.hpp"
+#include "support_common/raised_error.hpp"
 
 namespace {
 
