@@ -19,5 +19,12 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/VelmoraConfigVersion.cmak
 install(FILES ${PROJECT_BINARY_DIR}/VelmoraConfig.cmake ${PROJECT_BINARY_DIR}/VelmoraConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Velmora)
 
+# The pkg-config file names only the packages the library really links, and
+# leaves the language standard to the user (C++20 or later): forcing one in
+# Cflags would lower a C++23 build.
+set(VELMORA_PC_REQUIRES_PRIVATE odbc)
+if(PUGIXML_FOUND)
+  string(APPEND VELMORA_PC_REQUIRES_PRIVATE " pugixml")
+endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/velmora.pc.in ${PROJECT_BINARY_DIR}/velmora.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/velmora.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

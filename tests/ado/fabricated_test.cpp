@@ -7,7 +7,7 @@
 #include "ado/engine_fixture.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/com/error.hpp"
-#include "support_common/error_number.hpp"
+#include "support_common/raised_error.hpp"
 
 namespace velmora::test {
 namespace {

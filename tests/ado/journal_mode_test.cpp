@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "support_common/error_number.hpp"
+#include "support_common/raised_error.hpp"
 #include "support_common/test_env.hpp"
 #include "velmora/ado.hpp"
 #include "velmora/com/conversions.hpp"

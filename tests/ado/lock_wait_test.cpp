@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "ado/engine_fixture.hpp"
-#include "support_common/error_number.hpp"
+#include "support_common/raised_error.hpp"
 #include "support_common/sqlite_lock_holder.hpp"
 #include "velmora/com/conversions.hpp"
 

@@ -16,7 +16,7 @@
 #include <regex>
 
 #include "ado/engine_fixture.hpp"
-#include "support_common/error_number.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/com/conversions.hpp"
 
 namespace velmora::test {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "velmora/com/error.hpp"
-#include "support_common/error_number.hpp"
+#include "support_common/raised_error.hpp"
 
 namespace {
 

@@ -6,14 +6,11 @@
 #include <filesystem>
 
 #include "ado/engine_fixture.hpp"
-#include "collections/error_of.hpp"
-#include "support_common/error_number.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/com/conversions.hpp"
 
 namespace velmora::test {
 namespace {
-
-using velmora::testing::ErrorOf;
 
 class ValuesTest : public EngineTest {
  protected:
@@ -104,7 +101,7 @@ const char* const kMalformed[] = {"\xFF", "\xFE", "bad\xC0\xAF", "\xED\xA0\x80x"
 TEST_P(ValuesTest, StatementTextThatIsNotUtf8IsRefused) {
   const std::string t = Table("names", "name VARCHAR(20)");
   for (const char* bad : kMalformed) {
-    const com::Error e = ErrorOf([&] { cn->Execute("INSERT INTO " + t + " VALUES ('" + bad + "')"); });
+    const com::Error e = RaisedError([&] { cn->Execute("INSERT INTO " + t + " VALUES ('" + bad + "')"); });
     EXPECT_EQ(e.Number(), com::errInvalidProcedureCall) << e.Description();
     EXPECT_NE(e.Description().find("not valid UTF-8"), std::string::npos) << e.Description();
   }
@@ -117,7 +114,7 @@ TEST_P(ValuesTest, TextValuesThatAreNotUtf8AreRefusedAndNothingIsStored) {
     auto rs = Editable(t);
     rs->AddNew();
     rs->Fields()->Item(com::Variant("name"))->Value(com::Variant(std::string(bad)));
-    const com::Error e = ErrorOf([&] { rs->Update(); });
+    const com::Error e = RaisedError([&] { rs->Update(); });
     EXPECT_EQ(e.Number(), com::errInvalidProcedureCall) << e.Description();
     EXPECT_NE(e.Description().find("not valid UTF-8"), std::string::npos) << e.Description();
   }
@@ -150,7 +147,7 @@ TEST_P(ValuesTest, TextWithANulIsRefusedNotCut) {
   auto rs = Editable(t);
   rs->AddNew();
   rs->Fields()->Item(com::Variant("name"))->Value(com::Variant(withNul));
-  const com::Error e = ErrorOf([&] { rs->Update(); });
+  const com::Error e = RaisedError([&] { rs->Update(); });
   EXPECT_EQ(e.Number(), com::errInvalidProcedureCall);
   EXPECT_NE(e.Description().find("NUL"), std::string::npos) << e.Description();
   EXPECT_EQ(ErrorNumber([&] { cn->Execute("INSERT INTO " + t + " VALUES ('" + withNul + "')"); }),
@@ -162,7 +159,7 @@ TEST_P(ValuesTest, TextWithANulIsRefusedNotCut) {
 TEST_P(ValuesTest, AnExactNumberBeyondADecimalIsAnOverflowNamingTheField) {
   const std::string t = Table("huge", "amount NUMERIC(40,0)");
   cn->Execute("INSERT INTO " + t + " VALUES (" + std::string(40, '9') + ")");
-  const com::Error e = ErrorOf([&] { Open("SELECT amount FROM " + t)->Fields()->Item(com::Variant("amount")); });
+  const com::Error e = RaisedError([&] { Open("SELECT amount FROM " + t)->Fields()->Item(com::Variant("amount")); });
   EXPECT_EQ(e.Number(), com::errOverflow);
   EXPECT_NE(e.Description().find("field 'amount'"), std::string::npos) << e.Description();
 }
@@ -178,7 +175,7 @@ TEST(SqliteValues, TextInANumericColumnIsATypeMismatchNamingTheField) {
   cn->Execute("CREATE TABLE odd (amount NUMERIC(10,2), price MONEY)");
   cn->Execute("INSERT INTO odd VALUES ('abc', 'def')");
   for (const std::string column : {"amount", "price"}) {
-    const com::Error e = ErrorOf([&] { cn->Execute("SELECT " + column + " FROM odd"); });
+    const com::Error e = RaisedError([&] { cn->Execute("SELECT " + column + " FROM odd"); });
     EXPECT_EQ(e.Number(), com::errTypeMismatch) << e.Description();
     EXPECT_NE(e.Description().find("field '" + column + "'"), std::string::npos) << e.Description();
   }

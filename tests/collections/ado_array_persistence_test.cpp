@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "collections/test_record.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/collections/ado_array.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/support/support_object.hpp"
@@ -149,13 +150,9 @@ TEST_F(ArrayPersistence, AnIndexThatCannotBeRebuiltIsNotifiedAndSkipped) {
 }
 
 int32_t ReadFailure(AdoArray& array, com::PropertyBag& bag) {
-  try {
-    array.ReadProperties(bag);
-  } catch (const com::Error& e) {
-    EXPECT_NE(e.Description().find("Invalid property bag contents"), std::string::npos) << e.Description();
-    return e.Number();
-  }
-  return 0;
+  const com::Error e = test::RaisedError([&] { array.ReadProperties(bag); });
+  EXPECT_NE(e.Description().find("Invalid property bag contents"), std::string::npos) << e.Description();
+  return e.Number();
 }
 
 // A count that the bag cannot hold is refused at once (a bag of a few bytes

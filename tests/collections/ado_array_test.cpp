@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "collections/test_record.hpp"
-#include "collections/error_of.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/support/support_object.hpp"
 
@@ -26,7 +26,7 @@ std::shared_ptr<TestRecord> Rec(int32_t id, const std::string& name = "", const 
   return std::make_shared<TestRecord>(id, std::map<std::string, std::string>{{"NAME", name}, {"CODE", code}});
 }
 
-using testing::ErrorOf;
+using test::RaisedError;
 
 using testing::IdOf;
 
@@ -45,7 +45,7 @@ TEST(AdoArray, AddNewGivesAFreshIdAndWritesItBack) {
   EXPECT_FALSE(array.AddNew(rec));
   EXPECT_NE(rec->Header()->Unk(), 0);
   EXPECT_EQ(array.RecordCount(), 1);
-  auto again = ErrorOf([&] { array.AddNew(rec); });
+  auto again = RaisedError([&] { array.AddNew(rec); });
   EXPECT_EQ(again.Number(), com::errDuplicateKey);
   EXPECT_EQ(again.Source(), "Velmora.AdoArray.AddNew");
   EXPECT_EQ(array.RecordCount(), 1);
@@ -72,10 +72,10 @@ TEST(AdoArray, RecordIsTheCurrentRecord) {
 
 TEST(AdoArray, RecordWithoutCurrentRecordFails) {
   AdoArray array;
-  EXPECT_EQ(ErrorOf([&] { array.Record(); }).Number(), 3021);
+  EXPECT_EQ(RaisedError([&] { array.Record(); }).Number(), 3021);
   array.AddNew(Rec(1));
   array.MoveNext();
-  auto error = ErrorOf([&] { array.Record(); });
+  auto error = RaisedError([&] { array.Record(); });
   EXPECT_EQ(error.Number(), 3021);
   EXPECT_EQ(error.Description(), "No current record.");
 }
@@ -104,7 +104,7 @@ TEST(AdoArray, DeleteRemovesTheRecordFromEveryIndex) {
 
 TEST(AdoArray, DeleteWithoutCurrentRecordFails) {
   AdoArray array;
-  auto error = ErrorOf([&] { array.Delete(); });
+  auto error = RaisedError([&] { array.Delete(); });
   EXPECT_EQ(error.Number(), 3021);
   EXPECT_EQ(error.Source(), "Velmora.AdoArray.Delete");
 }
@@ -145,7 +145,7 @@ TEST(AdoArray, UnknownIndexNameKeepsThePreviousSelection) {
   array.CreateIndex("NAME");
   array.Index("NAME");
   for (const char* name : {"NOPE", ""}) {
-    auto error = ErrorOf([&] { array.Index(name); });
+    auto error = RaisedError([&] { array.Index(name); });
     EXPECT_EQ(error.Number(), 3015);
     EXPECT_EQ(error.Description(), "Index not found.");
     EXPECT_EQ(array.Index(), "NAME");
@@ -155,11 +155,11 @@ TEST(AdoArray, UnknownIndexNameKeepsThePreviousSelection) {
 TEST(AdoArray, FindAndKeyNeedASelectedIndex) {
   AdoArray array;
   array.AddNew(Rec(1, "a"));
-  auto find = ErrorOf([&] { array.Find("a", FIND_EQ); });
+  auto find = RaisedError([&] { array.Find("a", FIND_EQ); });
   EXPECT_EQ(find.Number(), 3019);
   EXPECT_EQ(find.Description(), "No current index.");
   EXPECT_EQ(find.Source(), "Velmora.AdoArray.Find");
-  EXPECT_EQ(ErrorOf([&] { array.Key("1"); }).Number(), 3019);
+  EXPECT_EQ(RaisedError([&] { array.Key("1"); }).Number(), 3019);
 }
 
 TEST(AdoArray, RecordAddedAfterCreateIndexIsInEveryIndex) {
@@ -204,10 +204,10 @@ TEST(AdoArray, BookmarksStayValidAcrossIndexes) {
 
 TEST(AdoArray, ObjectsWithoutTheRecordInterfaceAreRefused) {
   AdoArray array;
-  auto error = ErrorOf([&] { array.AddNew(std::make_shared<AdoRecordHeader>()); });
+  auto error = RaisedError([&] { array.AddNew(std::make_shared<AdoRecordHeader>()); });
   EXPECT_EQ(error.Number(), 438);
   EXPECT_EQ(error.Source(), "Velmora.AdoArray.AddNew");
-  EXPECT_EQ(ErrorOf([&] { array.AddNew(nullptr); }).Number(), 91);
+  EXPECT_EQ(RaisedError([&] { array.AddNew(nullptr); }).Number(), 91);
   EXPECT_EQ(array.RecordCount(), 0);
 }
 
@@ -215,17 +215,17 @@ TEST(AdoArray, FailingKeyStopsCreateIndexWithoutRegisteringIt) {
   AdoArray array;
   array.AddNew(Rec(1, "a"));
   array.AddNew(std::make_shared<TestRecord>(2, std::map<std::string, std::string>{}));
-  auto error = ErrorOf([&] { array.CreateIndex("NAME"); });
+  auto error = RaisedError([&] { array.CreateIndex("NAME"); });
   EXPECT_EQ(error.Number(), 5);
   EXPECT_EQ(error.Source(), "Velmora.AdoArray.CreateIndex");
-  EXPECT_EQ(ErrorOf([&] { array.Index("NAME"); }).Number(), 3015);
+  EXPECT_EQ(RaisedError([&] { array.Index("NAME"); }).Number(), 3015);
 }
 
 TEST(AdoArray, FailingKeyFailsAddNewAfterTheRecordEntered) {
   AdoArray array;
   array.CreateIndex("NAME");
   auto keyless = std::make_shared<TestRecord>(5, std::map<std::string, std::string>{});
-  auto error = ErrorOf([&] { array.AddNew(keyless); });
+  auto error = RaisedError([&] { array.AddNew(keyless); });
   EXPECT_EQ(error.Number(), 5);
   EXPECT_EQ(error.Source(), "Velmora.AdoArray.AddNew");
   EXPECT_EQ(array.RecordCount(), 1);
@@ -235,7 +235,7 @@ TEST(AdoArray, FailingKeyFailsAddNewAfterTheRecordEntered) {
 TEST(AdoArray, DuplicateIndexNameFails) {
   AdoArray array;
   array.CreateIndex("NAME");
-  auto error = ErrorOf([&] { array.CreateIndex("name"); });
+  auto error = RaisedError([&] { array.CreateIndex("name"); });
   EXPECT_EQ(error.Number(), com::errDuplicateKey);
   EXPECT_EQ(error.Source(), "Velmora.AdoArray.CreateIndex");
 }
@@ -257,17 +257,17 @@ TEST(AdoArray, ClearDropsRecordsAndIndexes) {
   EXPECT_EQ(array.RecordCount(), 0);
   EXPECT_EQ(array.Index(), "");
   EXPECT_TRUE(array.IsEOF());
-  EXPECT_EQ(ErrorOf([&] { array.Index("NAME"); }).Number(), 3015);
+  EXPECT_EQ(RaisedError([&] { array.Index("NAME"); }).Number(), 3015);
   array.AddNew(Rec(1, "a"));
   EXPECT_EQ(array.RecordCount(), 1);
 }
 
 TEST(AdoArray, MoveErrorsCarryTheArraySource) {
   AdoArray array;
-  EXPECT_EQ(ErrorOf([&] { array.MoveFirst(); }).Source(), "Velmora.AdoArray.MoveFirst");
-  EXPECT_EQ(ErrorOf([&] { array.MoveLast(); }).Source(), "Velmora.AdoArray.MoveLast");
-  EXPECT_EQ(ErrorOf([&] { array.MoveNext(); }).Source(), "Velmora.AdoArray.MoveNext");
-  EXPECT_EQ(ErrorOf([&] { array.MovePrevious(); }).Source(), "Velmora.AdoArray.MovePrevious");
+  EXPECT_EQ(RaisedError([&] { array.MoveFirst(); }).Source(), "Velmora.AdoArray.MoveFirst");
+  EXPECT_EQ(RaisedError([&] { array.MoveLast(); }).Source(), "Velmora.AdoArray.MoveLast");
+  EXPECT_EQ(RaisedError([&] { array.MoveNext(); }).Source(), "Velmora.AdoArray.MoveNext");
+  EXPECT_EQ(RaisedError([&] { array.MovePrevious(); }).Source(), "Velmora.AdoArray.MovePrevious");
 }
 
 TEST(AdoArray, IndexAttachedKeySetIsAnOrdinaryKeySet) {

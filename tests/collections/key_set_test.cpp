@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "collections/error_of.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/support/support_object.hpp"
 
@@ -15,7 +15,7 @@ namespace {
 
 std::string Bm(int32_t id) { return Support().EncodeKeyId(id); }
 
-using testing::ErrorOf;
+using test::RaisedError;
 
 std::shared_ptr<AdoKeySet> SetOf(const std::vector<std::string>& keys) {
   auto set = std::make_shared<AdoKeySet>();
@@ -80,7 +80,7 @@ TEST(KeySet, FindMovesTheCursorOrClearsIt) {
   EXPECT_EQ(set->Find("x", FIND_EQ), 0);
   EXPECT_TRUE(set->IsBOF());
   EXPECT_TRUE(set->IsEOF());
-  EXPECT_EQ(ErrorOf([&] { set->Bookmark(); }).Number(), 3021);
+  EXPECT_EQ(RaisedError([&] { set->Bookmark(); }).Number(), 3021);
 }
 
 TEST(KeySet, AddNewGoesAheadOfEqualKeysAndBecomesCurrent) {
@@ -149,11 +149,11 @@ TEST(KeySet, DeleteLeavesTheFlagsAlone) {
 TEST(KeySet, DeleteErrorsCarryTheProcedureSource) {
   auto set = SetOf({"a"});
   set->Find("z", FIND_EQ);
-  auto noCurrent = ErrorOf([&] { set->Delete(); });
+  auto noCurrent = RaisedError([&] { set->Delete(); });
   EXPECT_EQ(noCurrent.Number(), 3021);
   EXPECT_EQ(noCurrent.Description(), "No current record.");
   EXPECT_EQ(noCurrent.Source(), "Velmora.AdoKeySet.Delete");
-  auto unknown = ErrorOf([&] { set->Delete(Bm(77)); });
+  auto unknown = RaisedError([&] { set->Delete(Bm(77)); });
   EXPECT_EQ(unknown.Number(), 20000);
   EXPECT_EQ(unknown.Description(), "No such record.");
   EXPECT_EQ(unknown.Source(), "Velmora.AdoKeySet.Delete");
@@ -165,8 +165,8 @@ TEST(KeySet, MoveNextOffTheEndSetsEofThenFails) {
   set->MoveNext();
   EXPECT_TRUE(set->IsEOF());
   EXPECT_FALSE(set->IsBOF());
-  EXPECT_EQ(ErrorOf([&] { set->Bookmark(); }).Number(), 3021);
-  auto again = ErrorOf([&] { set->MoveNext(); });
+  EXPECT_EQ(RaisedError([&] { set->Bookmark(); }).Number(), 3021);
+  auto again = RaisedError([&] { set->MoveNext(); });
   EXPECT_EQ(again.Number(), 3021);
   EXPECT_EQ(again.Description(), "No current record.");
   EXPECT_EQ(again.Source(), "Velmora.AdoKeySet.MoveNext");
@@ -178,15 +178,15 @@ TEST(KeySet, MovePreviousOffTheStartSetsBofOnly) {
   set->MovePrevious();
   EXPECT_TRUE(set->IsBOF());
   EXPECT_FALSE(set->IsEOF());
-  EXPECT_EQ(ErrorOf([&] { set->MovePrevious(); }).Source(), "Velmora.AdoKeySet.MovePrevious");
+  EXPECT_EQ(RaisedError([&] { set->MovePrevious(); }).Source(), "Velmora.AdoKeySet.MovePrevious");
 }
 
 TEST(KeySet, MoveFirstAndLastOnAnEmptySetFail) {
   AdoKeySet set;
-  auto first = ErrorOf([&] { set.MoveFirst(); });
+  auto first = RaisedError([&] { set.MoveFirst(); });
   EXPECT_EQ(first.Number(), 3021);
   EXPECT_EQ(first.Source(), "Velmora.AdoKeySet.MoveFirst");
-  EXPECT_EQ(ErrorOf([&] { set.MoveLast(); }).Source(), "Velmora.AdoKeySet.MoveLast");
+  EXPECT_EQ(RaisedError([&] { set.MoveLast(); }).Source(), "Velmora.AdoKeySet.MoveLast");
 }
 
 TEST(KeySet, WalkVisitsEveryRecordInOrder) {
@@ -212,7 +212,7 @@ TEST(KeySet, PuttingAnUnknownBookmarkChangesNothing) {
   auto set = SetOf({"a", "b"});
   set->MoveFirst();
   for (const std::string& bad : {std::string(), std::string("abcd"), Bm(5), Bm(1).substr(0, 6)}) {
-    auto error = ErrorOf([&] { set->Bookmark(bad); });
+    auto error = RaisedError([&] { set->Bookmark(bad); });
     EXPECT_EQ(error.Number(), 3159);
     EXPECT_EQ(error.Description(), "Not a valid bookmark.");
     EXPECT_EQ(set->Bookmark(), Bm(1));
@@ -222,7 +222,7 @@ TEST(KeySet, PuttingAnUnknownBookmarkChangesNothing) {
 TEST(KeySet, KeyWithoutCurrentRecordFails) {
   auto set = SetOf({"a"});
   set->Find("q", FIND_EQ);
-  EXPECT_EQ(ErrorOf([&] { set->Key(""); }).Number(), 3021);
+  EXPECT_EQ(RaisedError([&] { set->Key(""); }).Number(), 3021);
 }
 
 TEST(KeySet, KeyOfABookmarkMovesTheCursor) {
@@ -230,12 +230,12 @@ TEST(KeySet, KeyOfABookmarkMovesTheCursor) {
   set->MoveFirst();
   EXPECT_EQ(set->Key(Bm(3)), "c");
   EXPECT_EQ(set->Bookmark(), Bm(3));
-  EXPECT_EQ(ErrorOf([&] { set->Key(Bm(42)); }).Number(), 3159);
+  EXPECT_EQ(RaisedError([&] { set->Key(Bm(42)); }).Number(), 3159);
 }
 
 TEST(KeySet, BookmarkToIndexOfAnUnknownBookmark) {
   auto set = SetOf({"a"});
-  auto error = ErrorOf([&] { set->BookmarkToIndex(Bm(2)); });
+  auto error = RaisedError([&] { set->BookmarkToIndex(Bm(2)); });
   EXPECT_EQ(error.Number(), 20000);
   EXPECT_EQ(error.Description(), "No such record.");
   EXPECT_LT(set->BookmarkToIndex(Bm(2), true), 1);

@@ -6,7 +6,7 @@
 #include <optional>
 #include <random>
 
-#include "support_common/error_number.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/com.hpp"
 
 namespace velmora::com {

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "support_common/error_number.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/com.hpp"
 
 namespace velmora::com {

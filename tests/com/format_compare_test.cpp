@@ -1,7 +1,7 @@
 // Format patterns and the comparison of variants.
 #include <gtest/gtest.h>
 
-#include "support_common/error_number.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/com.hpp"
 
 namespace velmora::com {

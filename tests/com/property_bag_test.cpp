@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "com/allocation_meter.hpp"
-#include "support_common/error_number.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/com.hpp"
 
 namespace velmora::com {

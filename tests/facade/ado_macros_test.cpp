@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "support/per_thread.hpp"
-#include "support/raised_error.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/ado/connection.hpp"
 #include "velmora/com/property_bag.hpp"
 #include "velmora/facade/class_registration.hpp"

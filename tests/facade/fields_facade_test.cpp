@@ -5,7 +5,7 @@
 #include <string>
 
 #include "ado/engine_fixture.hpp"
-#include "support/raised_error.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/facade/ado_macros.hpp"
 #include "velmora/fields/sql_text.hpp"
 #include "velmora/support/reraise.hpp"

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "ado/engine_fixture.hpp"
-#include "support/raised_error.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/fields/connection_utils.hpp"
 #include "velmora/fields/field_access.hpp"

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "ado/engine_fixture.hpp"
-#include "support/raised_error.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/fields/field_access.hpp"
 

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "ado/engine_fixture.hpp"
-#include "support_common/error_number.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/fields/sql_text.hpp"
 

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/raised_error.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/com/error.hpp"
 
 namespace velmora {

@@ -7,7 +7,7 @@
 
 #include "velmora/com/error.hpp"
 #include "velmora/flags/ado_flags.hpp"
-#include "support_common/error_number.hpp"
+#include "support_common/raised_error.hpp"
 
 namespace velmora {
 namespace {

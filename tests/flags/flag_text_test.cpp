@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "support_common/raised_error.hpp"
 #include "support_common/test_env.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/com/error.hpp"
@@ -20,6 +21,7 @@ namespace velmora {
 namespace {
 
 using namespace std::string_literals;
+using test::RaisedError;
 
 std::string ReadText(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -29,16 +31,6 @@ std::string ReadText(const std::string& path) {
 }
 
 std::string IniPath() { return test::TempFile(".ini").string(); }
-
-// The error an action raises (number 0 when it raises none).
-com::Error ErrorOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const com::Error& e) {
-    return e;
-  }
-  return com::Error(0, "");
-}
 
 com::Date December31At230509() { return com::Date(com::DateSerial(2009, 12, 31).value + com::TimeSerial(23, 5, 9).value); }
 
@@ -122,7 +114,7 @@ TEST(FlagsSave, NullFailsWithBadDataTypeAfterWritingTheFlagsBeforeIt) {
   flags.WriteProperty("A", com::Variant(int32_t{1}));
   flags.WriteProperty("N", com::Null);
   flags.WriteProperty("B", com::Variant(int32_t{2}));
-  const com::Error e = ErrorOf([&] { flags.Save(path, "S"); });
+  const com::Error e = RaisedError([&] { flags.Save(path, "S"); });
   EXPECT_EQ(e.Number(), 20000);
   EXPECT_EQ(e.Description(), "bad data type");
   EXPECT_EQ(e.Source(), "Velmora.AdoFlags");
@@ -134,7 +126,7 @@ TEST(FlagsSave, OtherUnsupportedTypesFailToo) {
                                     com::Variant(com::Decimal{}), com::Variant(com::ByteArray{1})}) {
     AdoFlags flags;
     flags.WriteProperty("X", value);
-    EXPECT_EQ(ErrorOf([&] { flags.Save(IniPath(), "S"); }).Description(), "bad data type");
+    EXPECT_EQ(RaisedError([&] { flags.Save(IniPath(), "S"); }).Description(), "bad data type");
   }
 }
 
@@ -188,7 +180,7 @@ TEST(FlagsLoad, BadDataReportsTheLoadSource) {
   const auto path = IniPath();
   std::ofstream(path) << "[S]\nX=0009:~:1\n";
   AdoFlags flags;
-  const com::Error e = ErrorOf([&] { flags.Load(path, "S"); });
+  const com::Error e = RaisedError([&] { flags.Load(path, "S"); });
   EXPECT_EQ(e.Number(), 20000);
   EXPECT_EQ(e.Description(), "bad data type");
   EXPECT_EQ(e.Source(), "Velmora.AdoFlags.Load");
@@ -240,7 +232,7 @@ TEST(FlagsLineSplit, ControlStringFormDecodesToAString) {
 TEST(FlagsLineSplit, UnknownCodesFailWithBadDataTypeUnderTheLineSplitSource) {
   for (const char* text : {"X=0009:~:1", "X=0001:~:", "X=000E:~:1", "X=0003-~-1", "X=0003", "X=3", "X=0003:~"}) {
     AdoFlags flags;
-    const com::Error e = ErrorOf([&] { flags.LineSplit(text); });
+    const com::Error e = RaisedError([&] { flags.LineSplit(text); });
     EXPECT_EQ(e.Number(), 20000) << text;
     EXPECT_EQ(e.Description(), "bad data type") << text;
     EXPECT_EQ(e.Source(), "Velmora.AdoFlags.LineSplit") << text;
@@ -249,13 +241,13 @@ TEST(FlagsLineSplit, UnknownCodesFailWithBadDataTypeUnderTheLineSplitSource) {
 
 TEST(FlagsLineSplit, MalformedValuesRaiseConversionErrorsAndStoreNothing) {
   AdoFlags flags;
-  EXPECT_EQ(ErrorOf([&] { flags.LineSplit("A=0003:~:1::B=00G3:~:1"); }).Number(), 13);
-  EXPECT_EQ(ErrorOf([&] { flags.LineSplit("A=0003:~:abc"); }).Number(), 13);
-  EXPECT_EQ(ErrorOf([&] { flags.LineSplit("A="); }).Number(), 13);
-  EXPECT_EQ(ErrorOf([&] { flags.LineSplit("A=0002:~:99999"); }).Number(), 6);
-  EXPECT_EQ(ErrorOf([&] { flags.LineSplit("A=0007:~:20091331230509"); }).Number(), 13);
-  EXPECT_EQ(ErrorOf([&] { flags.LineSplit("A=0007:~:2009123123050"); }).Number(), 13);
-  EXPECT_EQ(ErrorOf([&] { flags.LineSplit("A=2011:~:6"); }).Number(), 20000);
+  EXPECT_EQ(RaisedError([&] { flags.LineSplit("A=0003:~:1::B=00G3:~:1"); }).Number(), 13);
+  EXPECT_EQ(RaisedError([&] { flags.LineSplit("A=0003:~:abc"); }).Number(), 13);
+  EXPECT_EQ(RaisedError([&] { flags.LineSplit("A="); }).Number(), 13);
+  EXPECT_EQ(RaisedError([&] { flags.LineSplit("A=0002:~:99999"); }).Number(), 6);
+  EXPECT_EQ(RaisedError([&] { flags.LineSplit("A=0007:~:20091331230509"); }).Number(), 13);
+  EXPECT_EQ(RaisedError([&] { flags.LineSplit("A=0007:~:2009123123050"); }).Number(), 13);
+  EXPECT_EQ(RaisedError([&] { flags.LineSplit("A=2011:~:6"); }).Number(), 20000);
   EXPECT_EQ(flags.Count(), 0);
 }
 
@@ -286,7 +278,7 @@ TEST(FlagsSerialize, ObjectsFailUnderTheLoadSourceAndLeaveAnEmptyBuffer) {
   AdoFlags flags;
   flags.WriteProperty("OBJ", com::Variant(std::make_shared<AdoFlags>()));
   std::string buffer = "x";
-  const com::Error e = ErrorOf([&] { flags.Serialize(buffer); });
+  const com::Error e = RaisedError([&] { flags.Serialize(buffer); });
   EXPECT_EQ(e.Description(), "bad data type");
   EXPECT_EQ(e.Source(), "Velmora.AdoFlags.Load");
   EXPECT_EQ(buffer, "");
@@ -300,7 +292,7 @@ TEST(FlagsDeserialize, TruncatedOrCorruptBuffersFailUnderTheLoadSourceAndStoreNo
   for (const std::string& bad : {buffer.substr(0, buffer.size() - 1), buffer.substr(0, buffer.size() / 2), corrupt,
                                  std::string("not a buffer"), std::string()}) {
     AdoFlags flags;
-    const com::Error e = ErrorOf([&] { flags.Deserialize(bad); });
+    const com::Error e = RaisedError([&] { flags.Deserialize(bad); });
     EXPECT_EQ(e.Number(), 20000);
     EXPECT_EQ(e.Description().rfind("Invalid flag buffer: ", 0), 0u) << e.Description();
     EXPECT_EQ(e.Source(), "Velmora.AdoFlags.Load");
@@ -324,7 +316,7 @@ TEST(FlagsDeserialize, CountsLargerThanTheDataAreRefused) {
   const std::string hugeArray = "0003:1:10008:1:a200C:14:[0:4294967295]";
   for (const std::string& body : {hugeFlagCount, hugeArray}) {
     AdoFlags flags;
-    const com::Error e = ErrorOf([&] { flags.Deserialize(Sealed(body)); });
+    const com::Error e = RaisedError([&] { flags.Deserialize(Sealed(body)); });
     EXPECT_EQ(e.Number(), 20000) << body;
     EXPECT_NE(e.Description().find("count larger than the data"), std::string::npos) << e.Description();
     EXPECT_EQ(flags.Count(), 0);

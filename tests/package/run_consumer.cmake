@@ -6,6 +6,18 @@ execute_process(COMMAND ${CMAKE_COMMAND} --install ${BINARY_DIR} --prefix ${WORK
 if(rc)
   message(FATAL_ERROR "install failed: ${rc}")
 endif()
+# The pkg-config file resolves, and leaves the language standard to the user.
+find_program(PKG_CONFIG pkg-config REQUIRED)
+file(GLOB pc_dirs ${WORK_DIR}/prefix/lib*/pkgconfig)
+set(ENV{PKG_CONFIG_PATH} "${pc_dirs}")
+execute_process(COMMAND ${PKG_CONFIG} --cflags --libs velmora
+                RESULT_VARIABLE rc OUTPUT_VARIABLE pc_flags ERROR_VARIABLE pc_error)
+if(rc)
+  message(FATAL_ERROR "pkg-config velmora failed: ${pc_error}")
+endif()
+if(pc_flags MATCHES "-std=" OR NOT pc_flags MATCHES "-lvelmora")
+  message(FATAL_ERROR "unexpected pkg-config flags: ${pc_flags}")
+endif()
 execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/package/consumer -B ${WORK_DIR}/build
                         -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix RESULT_VARIABLE rc)
 if(rc)

@@ -5,7 +5,7 @@
 #include <string>
 #include <tuple>
 
-#include "support/raised_error.hpp"
+#include "support_common/raised_error.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/support/support_object.hpp"
 

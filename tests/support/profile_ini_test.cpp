@@ -12,6 +12,7 @@
 
 #include "support/profile_document.hpp"
 #include "support_common/child_process.hpp"
+#include "support_common/raised_error.hpp"
 #include "support_common/test_env.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/support/profile_services.hpp"
@@ -222,13 +223,9 @@ TEST(ProfileWrite, NamesAndValuesThatCannotBeStoredAreRefused) {
 
 // The error a write raises: its number, and its description checked to hold `cause`.
 int32_t WriteError(const std::string& path, const std::string& cause) {
-  try {
-    kProfile.ProfileEntriesWrite(path, "s", {{"a", "1"}});
-  } catch (const com::Error& e) {
-    EXPECT_NE(e.Description().find(cause), std::string::npos) << e.Description();
-    return e.Number();
-  }
-  return 0;
+  const com::Error e = test::RaisedError([&] { kProfile.ProfileEntriesWrite(path, "s", {{"a", "1"}}); });
+  EXPECT_NE(e.Description().find(cause), std::string::npos) << e.Description();
+  return e.Number();
 }
 
 TEST(ProfileWrite, AMissingFolderRaisesPathNotFoundAndCreatesNothing) {

@@ -8,7 +8,7 @@
 
 #include "velmora/com/error.hpp"
 #include "velmora/support/support_object.hpp"
-#include "support/raised_error.hpp"
+#include "support_common/raised_error.hpp"
 
 namespace velmora {
 namespace {

@@ -5,7 +5,7 @@
 #include <cerrno>
 
 #include "support/per_thread.hpp"
-#include "support/raised_error.hpp"
+#include "support_common/raised_error.hpp"
 
 namespace velmora {
 namespace {

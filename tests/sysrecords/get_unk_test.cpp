@@ -1,6 +1,7 @@
 // The unique-key counters on both engines.
 #include <gtest/gtest.h>
 
+#include "support_common/raised_error.hpp"
 #include "sysrecords/attempts.hpp"
 #include "sysrecords/system_tables_fixture.hpp"
 #include "velmora/com/error.hpp"
@@ -16,17 +17,6 @@ class GetUnkTest : public SystemTablesTest {
   }
   void SetCounter(const std::string& table, const std::string& value) const {
     cn->Execute("UPDATE [SYS_UNK] SET [SU_VALUE] = " + value + " WHERE [SU_TABLE] = '" + table + "'");
-  }
-  // Runs `call` and returns the error it raised (failing when none).
-  template <class Call>
-  com::Error ErrorOf(Call call) const {
-    try {
-      call();
-    } catch (const com::Error& e) {
-      return e;
-    }
-    ADD_FAILURE() << "no error raised";
-    return com::Error(0, "");
   }
 };
 
@@ -87,18 +77,18 @@ TEST_P(GetUnkTest, AnEmptyStampIsFilledAtTheNextDraw) {
 
 TEST_P(GetUnkTest, ZeroTimeOutFailsWithoutQuerying) {
   cn->Execute("DROP TABLE [SYS_UNK]");  // a query would fail differently
-  const com::Error e = ErrorOf([&] { GetUnk(cn, "ORDERS", 0); });
+  const com::Error e = RaisedError([&] { GetUnk(cn, "ORDERS", 0); });
   EXPECT_EQ(e.Number(), 20000);
   EXPECT_EQ(e.Description(), "Timeout expired.");
   EXPECT_EQ(e.Source(), "Velmora.modAdoSupport.GetUnk");
-  const com::Error negative = ErrorOf([&] { GetUnk(nullptr, "ORDERS", -5); });
+  const com::Error negative = RaisedError([&] { GetUnk(nullptr, "ORDERS", -5); });
   EXPECT_EQ(negative.Description(), "Timeout expired.");
 }
 
 TEST_P(GetUnkTest, AnOpenFailureEndsTheCallAtOnce) {
   cn->Execute("DROP TABLE [SYS_UNK]");
   const int32_t started = Support().TickCount();
-  const com::Error e = ErrorOf([&] { GetUnk(cn, "ORDERS", 600); });
+  const com::Error e = RaisedError([&] { GetUnk(cn, "ORDERS", 600); });
   EXPECT_NE(e.Number(), 20000);
   EXPECT_EQ(e.Source(), "Velmora.modAdoSupport.GetUnk");
   EXPECT_LT(Support().TickCount() - started, 10000);
@@ -108,7 +98,7 @@ TEST_P(GetUnkTest, AnOpenFailureEndsTheCallAtOnce) {
 // engine and share a counter with another name: it is refused, nothing drawn.
 TEST_P(GetUnkTest, ANameThatIsNotValidTextRaisesAndDrawsNothing) {
   for (const std::string name : {std::string("bad\xFF"), std::string("bad\xFE"), std::string("a\0b", 3)}) {
-    const com::Error e = ErrorOf([&] { GetUnk(cn, name, 5); });
+    const com::Error e = RaisedError([&] { GetUnk(cn, name, 5); });
     EXPECT_EQ(e.Number(), com::errInvalidProcedureCall) << e.Description();
     EXPECT_EQ(e.Source(), "Velmora.modAdoSupport.GetUnk");
   }
@@ -116,7 +106,7 @@ TEST_P(GetUnkTest, ANameThatIsNotValidTextRaisesAndDrawsNothing) {
 }
 
 TEST_P(GetUnkTest, ADeadlineBeyondThirtyTwoBitsIsAnOverflow) {
-  const com::Error e = ErrorOf([&] { GetUnk(cn, "ORDERS", INT32_MAX); });
+  const com::Error e = RaisedError([&] { GetUnk(cn, "ORDERS", INT32_MAX); });
   EXPECT_EQ(e.Number(), 6);
   EXPECT_EQ(e.Source(), "Velmora.modAdoSupport.GetUnk");
 }
@@ -124,7 +114,7 @@ TEST_P(GetUnkTest, ADeadlineBeyondThirtyTwoBitsIsAnOverflow) {
 TEST_P(GetUnkTest, ACounterAtItsMaximumIsRetriedUntilTheTimeOut) {
   GetUnk(cn, "ORDERS");
   SetCounter("ORDERS", "2147483647");
-  const com::Error e = ErrorOf([&] { GetUnk(cn, "ORDERS", 1); });
+  const com::Error e = RaisedError([&] { GetUnk(cn, "ORDERS", 1); });
   EXPECT_EQ(e.Number(), 20000);
   EXPECT_EQ(e.Description(), "Timeout expired.");
   EXPECT_EQ(com::CLng(CounterColumn("ORDERS", "SU_VALUE")), 2147483647);
@@ -136,7 +126,7 @@ TEST_P(GetUnkTest, ARowLockedByAnotherSessionTimesOut) {
   auto holder = sysrecords::OpenForUpdate(other, sysrecords::CounterQuery("ORDERS"));
   holder->Fields()->Item(com::Variant("SU_VALUE"))->Value(com::Variant(int32_t{50}));  // the edit locks the row
   const int32_t started = Support().TickCount();
-  const com::Error e = ErrorOf([&] { GetUnk(cn, "ORDERS", 1); });
+  const com::Error e = RaisedError([&] { GetUnk(cn, "ORDERS", 1); });
   EXPECT_EQ(e.Number(), 20000);
   EXPECT_EQ(e.Description(), "Timeout expired.");
   EXPECT_GE(Support().TickCount() - started, 1000);

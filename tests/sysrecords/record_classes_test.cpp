@@ -2,6 +2,7 @@
 // property bags.
 #include <gtest/gtest.h>
 
+#include "support_common/raised_error.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/support/support_object.hpp"
 #include "velmora/sysrecords/ado_sys_lock.hpp"
@@ -28,14 +29,10 @@ std::shared_ptr<T> RoundTrip(T& source) {
 }
 
 void ExpectNotAValidIndex(const std::function<void()>& call) {
-  try {
-    call();
-    FAIL() << "no error";
-  } catch (const com::Error& e) {
-    EXPECT_EQ(e.Number(), 20000);
-    EXPECT_EQ(e.Description(), "Not a valid index");
-    EXPECT_EQ(e.Source(), "");
-  }
+  const com::Error e = test::RaisedError(call);
+  EXPECT_EQ(e.Number(), 20000);
+  EXPECT_EQ(e.Description(), "Not a valid index");
+  EXPECT_EQ(e.Source(), "");
 }
 
 TEST(AdoUnk, ConstantsAndTheHeaderItCreates) {

@@ -7,7 +7,7 @@
 
 #include <chrono>
 
-#include "support_common/error_number.hpp"
+#include "support_common/raised_error.hpp"
 #include "sysrecords/system_tables_fixture.hpp"
 #include "velmora/sysrecords/system_records.hpp"
 
