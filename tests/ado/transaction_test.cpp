@@ -105,7 +105,9 @@ TEST_P(TransactionTest, AnErrorWhileFetchingLeavesTheConnectionUsable) {
   });
   EXPECT_NE(number, 0);
   EXPECT_LT(read, 2500);
-  if (IsPg()) EXPECT_GT(read, 2000);  // past the first block of rows
+  if (IsPg()) {
+    EXPECT_GT(read, 2000);  // past the first block of rows
+  }
   rs.reset();
   cn->Execute("INSERT INTO " + t + " VALUES (1)");
   EXPECT_EQ(CommittedRows(t), 1);
