@@ -31,7 +31,7 @@ TEST_P(SqlTextOnEngines, ANameThatEndsItsBracketsCannotAppendAStatement) {
 
 TEST_P(SqlTextOnEngines, AQuotedArgumentStaysOneLiteralWhateverItsBackslashes) {
   const std::string t = Table("quoted", "name VARCHAR(100)");
-  for (const std::string value : {"a\\'; DROP TABLE " + t + "; --", std::string("\\"), std::string("x\\\\'y")}) {
+  for (const std::string& value : {"a\\'; DROP TABLE " + t + "; --", std::string("\\"), std::string("x\\\\'y")}) {
     cn->Execute("INSERT INTO " + t + " VALUES (" + QueryArgument(com::Variant(value)) + ")");
     auto rs = cn->Execute("SELECT COUNT(*) FROM " + t + " WHERE name = " + QueryArgument(com::Variant(value)));
     EXPECT_EQ(com::CLng(rs->Fields()->Item(com::Variant(int32_t{0}))->Value()), 1) << value;
