@@ -97,7 +97,7 @@ TEST_P(GetUnkTest, AnOpenFailureEndsTheCallAtOnce) {
 // A name that is not valid UTF-8 (or holds a NUL) would be altered by the
 // engine and share a counter with another name: it is refused, nothing drawn.
 TEST_P(GetUnkTest, ANameThatIsNotValidTextRaisesAndDrawsNothing) {
-  for (const std::string name : {std::string("bad\xFF"), std::string("bad\xFE"), std::string("a\0b", 3)}) {
+  for (const std::string& name : {std::string("bad\xFF"), std::string("bad\xFE"), std::string("a\0b", 3)}) {
     const com::Error e = RaisedError([&] { GetUnk(cn, name, 5); });
     EXPECT_EQ(e.Number(), com::errInvalidProcedureCall) << e.Description();
     EXPECT_EQ(e.Source(), "Velmora.modAdoSupport.GetUnk");
