@@ -177,7 +177,9 @@ class Recordset : public com::Object {
   void Cancel() {}
   int32_t CursorLocation() const noexcept { return adUseServer; }
   std::string Source() const { return source_; }
-  // Rows read from the driver per round trip (the cursor's block size).
+  // Kept for compatibility: the value is checked (at least 1) and read back,
+  // but blocks are sized by the library (256 rows a fetch; psqlODBC reads
+  // 2000 rows a round trip), not by it.
   int32_t CacheSize() const noexcept { return cacheSize_; }
   void CacheSize(int32_t rows);
 
