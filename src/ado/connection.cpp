@@ -15,16 +15,22 @@ namespace velmora::ado {
 Connection::Connection() : errors_(std::make_shared<ado::Errors>()) {}
 Connection::~Connection() = default;
 
+namespace {
+
+// `e` as a record of the Errors collection.
+void Record(ado::Errors& errors, const com::Error& e) {
+  errors.Append(std::make_shared<ado::Error>(e.Number(), e.Description(), e.Source(), "", 0));
+}
+
+}  // namespace
+
 // The library's own errors replace what Errors held, as provider errors do:
 // the collection always describes the last failure.
 void Connection::Fail(int32_t number, const std::string& what) const {
+  const com::Error e = detail::AdoError(number, detail::kConnectionSource, what);
   errors_->Clear();
-  try {
-    detail::RaiseAdo(number, detail::kConnectionSource, what);
-  } catch (const com::Error& e) {
-    errors_->Append(std::make_shared<ado::Error>(e.Number(), e.Description(), e.Source(), "", 0));
-    throw;
-  }
+  Record(*errors_, e);
+  throw e;
 }
 
 void Connection::RaiseClosed(const char* what) const {
@@ -64,9 +70,7 @@ std::shared_ptr<detail::Session> Connection::OpenSession(const std::string& conn
     return detail::Session::Connect(known, connectionTimeout_, errors_);
   } catch (const com::Error& e) {
     // Errors found before the driver was reached still go into Errors.
-    if (errors_->Count() == 0) {
-      errors_->Append(std::make_shared<ado::Error>(e.Number(), e.Description(), e.Source(), "", 0));
-    }
+    if (errors_->Count() == 0) Record(*errors_, e);
     throw;
   }
 }

@@ -7,24 +7,13 @@
 
 #include "ado/dialect/dialect.hpp"
 #include "ado/error_map.hpp"
+#include "com/utf.hpp"
 #include "velmora/ado/types.hpp"
 
 namespace velmora::ado::detail {
 namespace {
 
-bool IEquals(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
-         });
-}
-
-bool IContains(std::string_view text, std::string_view part) {
-  if (part.size() > text.size()) return false;
-  for (size_t i = 0; i + part.size() <= text.size(); ++i) {
-    if (IEquals(text.substr(i, part.size()), part)) return true;
-  }
-  return false;
-}
+using com::detail::EqualsIgnoringAsciiCase;
 
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
@@ -139,11 +128,11 @@ OdbcTarget PlainOdbc(std::vector<ConnectionPair> pairs) {
 OdbcTarget FromOdbcProvider(const std::vector<ConnectionPair>& outer) {
   std::vector<ConnectionPair> pairs = ParseConnectionString(FindValue(outer, "Extended Properties"));
   for (const auto& p : outer) {
-    if (IEquals(p.key, "Provider") || IEquals(p.key, "Extended Properties") ||
-        IEquals(p.key, "Persist Security Info")) {
+    if (EqualsIgnoringAsciiCase(p.key, "Provider") || EqualsIgnoringAsciiCase(p.key, "Extended Properties") ||
+        EqualsIgnoringAsciiCase(p.key, "Persist Security Info")) {
       continue;
     }
-    const std::string key = IEquals(p.key, "User ID") ? "UID" : IEquals(p.key, "Password") ? "PWD" : p.key;
+    const std::string key = EqualsIgnoringAsciiCase(p.key, "User ID") ? "UID" : EqualsIgnoringAsciiCase(p.key, "Password") ? "PWD" : p.key;
     if (!HasKey(pairs, key)) pairs.push_back({key, p.value});
   }
   return PlainOdbc(std::move(pairs));
@@ -187,16 +176,13 @@ OdbcTarget FromFileProvider(const std::vector<ConnectionPair>& outer) {
 
 std::vector<ConnectionPair> ParseConnectionString(std::string_view text) { return Parser(text).Run(); }
 
-bool EqualsIgnoringCase(std::string_view a, std::string_view b) { return IEquals(a, b); }
-bool ContainsIgnoringCase(std::string_view text, std::string_view part) { return IContains(text, part); }
-
 void AddDefault(std::vector<ConnectionPair>& pairs, std::string_view key, std::string_view value) {
   if (!HasKey(pairs, key)) pairs.push_back({std::string(key), std::string(value)});
 }
 
 // Sets `key` to `value`, replacing what the caller gave.
 void Require(std::vector<ConnectionPair>& pairs, std::string_view key, std::string_view value) {
-  std::erase_if(pairs, [key](const ConnectionPair& p) { return IEquals(p.key, key); });
+  std::erase_if(pairs, [key](const ConnectionPair& p) { return EqualsIgnoringAsciiCase(p.key, key); });
   pairs.push_back({std::string(key), std::string(value)});
 }
 
@@ -209,13 +195,13 @@ OdbcTarget WithEngineSettings(const OdbcTarget& target, Engine engine) {
 
 std::string FindValue(const std::vector<ConnectionPair>& pairs, std::string_view key) {
   for (auto it = pairs.rbegin(); it != pairs.rend(); ++it) {
-    if (IEquals(it->key, key)) return it->value;
+    if (EqualsIgnoringAsciiCase(it->key, key)) return it->value;
   }
   return {};
 }
 
 bool HasKey(const std::vector<ConnectionPair>& pairs, std::string_view key) {
-  return std::any_of(pairs.begin(), pairs.end(), [&](const ConnectionPair& p) { return IEquals(p.key, key); });
+  return std::any_of(pairs.begin(), pairs.end(), [&](const ConnectionPair& p) { return EqualsIgnoringAsciiCase(p.key, key); });
 }
 
 std::string BuildOdbcString(const std::vector<ConnectionPair>& pairs) {
@@ -247,8 +233,8 @@ OdbcTarget ResolveConnectionString(std::string_view text) {
   const std::vector<ConnectionPair> pairs = ParseConnectionString(text);
   if (!HasKey(pairs, "Provider")) return PlainOdbc(pairs);
   const std::string provider = FindValue(pairs, "Provider");
-  if (IEquals(provider, "MSDASQL") || IEquals(provider, "MSDASQL.1")) return FromOdbcProvider(pairs);
-  if (IEquals(provider, "Microsoft.Jet.OLEDB.4.0") || IEquals(provider, "Microsoft.ACE.OLEDB.12.0")) {
+  if (EqualsIgnoringAsciiCase(provider, "MSDASQL") || EqualsIgnoringAsciiCase(provider, "MSDASQL.1")) return FromOdbcProvider(pairs);
+  if (EqualsIgnoringAsciiCase(provider, "Microsoft.Jet.OLEDB.4.0") || EqualsIgnoringAsciiCase(provider, "Microsoft.ACE.OLEDB.12.0")) {
     return FromFileProvider(pairs);
   }
   RaiseAdo(adErrProviderNotFound, kConnectionSource, "provider '" + provider + "'");

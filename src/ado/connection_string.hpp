@@ -45,8 +45,4 @@ OdbcTarget WithEngineSettings(const OdbcTarget& target, Engine engine);
 void AddDefault(std::vector<ConnectionPair>& pairs, std::string_view key, std::string_view value);
 void Require(std::vector<ConnectionPair>& pairs, std::string_view key, std::string_view value);
 
-// Keys and driver names compare without regard to (ASCII) case.
-bool EqualsIgnoringCase(std::string_view a, std::string_view b);
-bool ContainsIgnoringCase(std::string_view text, std::string_view part);
-
 }  // namespace velmora::ado::detail

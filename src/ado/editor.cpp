@@ -9,16 +9,13 @@
 #include "velmora/ado/stream.hpp"
 #include "velmora/ado/types.hpp"
 #include "velmora/com/conversions.hpp"
+#include "com/utf.hpp"
 #include "velmora/com/error.hpp"
 
 namespace velmora::ado::detail {
 namespace {
 
-bool SameName(const std::string& a, const std::string& b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-    return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
-  });
-}
+bool SameName(const std::string& a, const std::string& b) { return com::detail::EqualsIgnoringAsciiCase(a, b); }
 
 bool IsBinaryType(int32_t type) { return type == adBinary || type == adVarBinary || type == adLongVarBinary; }
 

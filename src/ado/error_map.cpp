@@ -79,10 +79,14 @@ std::string AdoErrorDescription(int32_t number) {
   }
 }
 
-void RaiseAdo(int32_t number, const std::string& source, const std::string& detail) {
+com::Error AdoError(int32_t number, const std::string& source, const std::string& detail) {
   std::string description = AdoErrorDescription(number);
   if (!detail.empty()) description += " (" + detail + ")";
-  throw com::Error(number, description, source);
+  return com::Error(number, description, source);
+}
+
+void RaiseAdo(int32_t number, const std::string& source, const std::string& detail) {
+  throw AdoError(number, source, detail);
 }
 
 void RaiseProvider(Errors* errors, const std::string& what, const std::vector<ProviderDiag>& diags,

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "velmora/ado/errors.hpp"
+#include "velmora/com/error.hpp"
 
 namespace velmora::ado::detail {
 
@@ -26,8 +27,9 @@ int32_t NumberForSqlState(std::string_view sqlState);
 // The standard description of one of the objects' own error numbers.
 std::string AdoErrorDescription(int32_t number);
 
-// Raises the objects' own error `number`; `detail` (when given) is appended
-// to the standard description, naming what failed.
+// The objects' own error `number`; `detail` (when given) is appended to the
+// standard description, naming what failed. RaiseAdo raises it.
+com::Error AdoError(int32_t number, const std::string& source, const std::string& detail = {});
 [[noreturn]] void RaiseAdo(int32_t number, const std::string& source, const std::string& detail = {});
 
 // Replaces the contents of `errors` (when given) with one Error per record

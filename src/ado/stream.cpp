@@ -37,20 +37,14 @@ T KnownCharset(std::optional<T> converted) {
 
 // ---- the character sets of text streams ----
 
-bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
-         });
-}
-
 bool IsUnicodeCharset(const std::string& charset) {
-  return EqualsIgnoringCase(charset, "Unicode");
+  return com::detail::EqualsIgnoringAsciiCase(charset, "Unicode");
 }
 
 // The byte-order mark a text stream of this set starts with ("" for none).
 std::string_view ByteOrderMark(const std::string& charset) {
   if (IsUnicodeCharset(charset)) return "\xFF\xFE";
-  if (EqualsIgnoringCase(charset, "utf-8") || EqualsIgnoringCase(charset, "utf8")) return "\xEF\xBB\xBF";
+  if (com::detail::EqualsIgnoringAsciiCase(charset, "utf-8") || com::detail::EqualsIgnoringAsciiCase(charset, "utf8")) return "\xEF\xBB\xBF";
   return {};
 }
 

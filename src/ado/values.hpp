@@ -6,7 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include "com/utf.hpp"
 #include "velmora/com/datetime.hpp"
 
 namespace velmora::ado::detail {
@@ -24,8 +23,5 @@ com::Decimal DecimalFromUInt64(uint64_t value);
 // An OLE date from its parts (fraction: nanoseconds, kept to the millisecond
 // precision of a double date).
 com::Date DateFromParts(int year, int month, int day, int hour, int minute, int second, uint32_t fraction);
-
-// Text for a driver that takes UTF-16 (malformed bytes become U+FFFD).
-inline std::u16string Utf16FromUtf8(std::string_view text) { return com::detail::Utf8ToUtf16(text); }
 
 }  // namespace velmora::ado::detail

@@ -269,4 +269,17 @@ std::optional<char32_t> NextCharsetChar(const uint8_t* data, size_t size, size_t
   return static_cast<char32_t>(unit[0] | (unit[1] << 8) | (unit[2] << 16) | (unit[3] << 24));
 }
 
+bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+    return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
+  });
+}
+
+bool ContainsIgnoringAsciiCase(std::string_view text, std::string_view part) {
+  for (size_t i = 0; i + part.size() <= text.size(); ++i) {
+    if (EqualsIgnoringAsciiCase(text.substr(i, part.size()), part)) return true;
+  }
+  return false;
+}
+
 }  // namespace velmora::com::detail

@@ -67,4 +67,9 @@ std::optional<std::string> Utf8FromCharsetBytes(const uint8_t* data, size_t size
 std::optional<char32_t> NextCharsetChar(const uint8_t* data, size_t size, size_t& offset,
                                         const std::string& charset);
 
+// ASCII letters compared without regard to case (keys of connection
+// strings, driver and character-set names, column names from a driver).
+bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b);
+bool ContainsIgnoringAsciiCase(std::string_view text, std::string_view part);
+
 }  // namespace velmora::com::detail

@@ -4,9 +4,8 @@
 // stands for a server that accepts connections and then says nothing. Only
 // a server engine can stall this way; the embedded engine's waits are its
 // busy time-out, tested with the counters and locks.
-#include <gtest/gtest.h>
-
 #include <arpa/inet.h>
+#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -31,7 +30,9 @@ double SecondsSince(Clock::time_point start) {
 // Stops a server process until the object goes away.
 class StoppedProcess {
  public:
-  explicit StoppedProcess(int pid) : pid_(pid) { EXPECT_EQ(kill(pid_, SIGSTOP), 0) << "cannot stop " << pid_; }
+  explicit StoppedProcess(int pid) : pid_(pid) {
+    EXPECT_EQ(kill(pid_, SIGSTOP), 0) << "cannot stop " << pid_;
+  }
   ~StoppedProcess() { kill(pid_, SIGCONT); }
   StoppedProcess(const StoppedProcess&) = delete;
   StoppedProcess& operator=(const StoppedProcess&) = delete;
@@ -121,8 +122,8 @@ class SilentListener {
 
 TEST_P(StallTest, OpeningOnASilentServerFailsWithinTheConnectionTimeout) {
   SilentListener listener;
-  const std::string silent =
-      std::regex_replace(ConnectionString(), std::regex("PORT=[0-9]+"), "PORT=" + std::to_string(listener.Port()));
+  const std::string silent = std::regex_replace(ConnectionString(), std::regex("PORT=[0-9]+"),
+                                                "PORT=" + std::to_string(listener.Port()));
   auto other = std::make_shared<ado::Connection>();
   other->ConnectionTimeout(2);
   const auto start = Clock::now();
@@ -131,8 +132,7 @@ TEST_P(StallTest, OpeningOnASilentServerFailsWithinTheConnectionTimeout) {
   EXPECT_EQ(other->State(), ado::adStateClosed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, StallTest,
-                         ::testing::Values(TestEngine::PostgreSQL, TestEngine::PostgreSQLLegacyStrings), EngineName);
+INSTANTIATE_TEST_SUITE_P(Engines, StallTest, ServerEngines(), EngineName);
 
 }  // namespace
 }  // namespace velmora::test

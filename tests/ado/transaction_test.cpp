@@ -28,7 +28,8 @@ class TransactionTest : public EngineTest {
   // block of rows has been read.
   std::string QueryFailingAtRow2500() const {
     if (IsPg()) {
-      return "SELECT CASE WHEN g = 2500 THEN 1 / (g - 2500) ELSE g END AS v FROM generate_series(1, 3000) AS g";
+      return "SELECT CASE WHEN g = 2500 THEN 1 / (g - 2500) ELSE g END AS v FROM generate_series(1, 3000) AS "
+             "g";
     }
     // SQLite raises "integer overflow" for abs() of the smallest integer.
     return "WITH RECURSIVE c(g) AS (SELECT 1 UNION ALL SELECT g + 1 FROM c WHERE g < 3000) "
@@ -53,8 +54,8 @@ TEST_P(TransactionTest, AFailedOpenInsideATransactionKeepsTheTransaction) {
   cn->Execute("INSERT INTO " + t + " VALUES (1)");
   auto rs = std::make_shared<ado::Recordset>();
   EXPECT_NE(ErrorNumber([&] {
-              rs->Open(com::Variant("SELECT * FROM no_such_table" + suffix), com::Variant(cn), ado::adOpenDynamic,
-                       ado::adLockPessimistic, ado::adCmdText);
+              rs->Open(com::Variant("SELECT * FROM no_such_table" + suffix), com::Variant(cn),
+                       ado::adOpenDynamic, ado::adLockPessimistic, ado::adCmdText);
             }),
             0);
   cn->Execute("INSERT INTO " + t + " VALUES (2)");
@@ -128,7 +129,8 @@ TEST_P(TransactionTest, ACancelledStatementLeavesTheConnectionUsable) {
 TEST_P(TransactionTest, OneExecuteRunsOneStatement) {
   const std::string t = Table("stacked", "id INTEGER");
   cn->Execute("INSERT INTO " + t + " VALUES (1)");
-  const int32_t number = ErrorNumber([&] { cn->Execute("INSERT INTO " + t + " VALUES (2); DROP TABLE " + t); });
+  const int32_t number =
+      ErrorNumber([&] { cn->Execute("INSERT INTO " + t + " VALUES (2); DROP TABLE " + t); });
   EXPECT_EQ(number, ado::adErrInvalidArgument);
   EXPECT_EQ(ErrorNumber([&] { Open("SELECT 1; DROP TABLE " + t); }), ado::adErrInvalidArgument);
   EXPECT_EQ(Scalar("SELECT COUNT(*) FROM " + t), 1);
@@ -144,17 +146,15 @@ TEST_P(TransactionTest, BackslashesInLiteralsAreOrdinaryCharacters) {
   // cannot end it early and run what follows.
   cn->Execute("INSERT INTO " + t + " VALUES ('a\\''; DROP TABLE " + t + "; --')");
   auto rs = cn->Execute("SELECT name FROM " + t);
-  EXPECT_EQ(com::CStr(rs->Fields()->Item(com::Variant(int32_t{0}))->Value()), "a\\'; DROP TABLE " + t + "; --");
+  EXPECT_EQ(com::CStr(rs->Fields()->Item(com::Variant(int32_t{0}))->Value()),
+            "a\\'; DROP TABLE " + t + "; --");
   rs.reset();
   cn->Execute("INSERT INTO " + t + " VALUES ('c:\\new\\table')");
   EXPECT_EQ(Scalar("SELECT COUNT(*) FROM " + t + " WHERE name = 'c:\\new\\table'"), 1);
   EXPECT_EQ(Scalar("SELECT LENGTH(name) FROM " + t + " WHERE name LIKE 'c:%'"), 12);
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, TransactionTest,
-                         ::testing::Values(TestEngine::SQLite, TestEngine::PostgreSQL,
-                                           TestEngine::PostgreSQLLegacyStrings),
-                         EngineName);
+INSTANTIATE_TEST_SUITE_P(Engines, TransactionTest, EnginesAndLegacyStrings(), EngineName);
 
 }  // namespace
 }  // namespace velmora::test

@@ -164,7 +164,7 @@ TEST_P(ValuesTest, AnExactNumberBeyondADecimalIsAnOverflowNamingTheField) {
   EXPECT_NE(e.Description().find("field 'amount'"), std::string::npos) << e.Description();
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, ValuesTest, ::testing::Values(TestEngine::SQLite, TestEngine::PostgreSQL, TestEngine::PostgreSQLLegacyStrings),
+INSTANTIATE_TEST_SUITE_P(Engines, ValuesTest, EnginesAndLegacyStrings(),
                          EngineName);
 
 // SQLite keeps any text in a NUMERIC or MONEY column: reading it is a type

@@ -26,6 +26,16 @@ inline std::string EngineName(const ::testing::TestParamInfo<TestEngine>& info) 
   return "";
 }
 
+// The configurations of the data layer's own rules: SQLite, and PostgreSQL
+// with literals read both ways.
+inline auto EnginesAndLegacyStrings() {
+  return ::testing::Values(TestEngine::SQLite, TestEngine::PostgreSQL, TestEngine::PostgreSQLLegacyStrings);
+}
+// The server configurations (what only a server can do: stall, for one).
+inline auto ServerEngines() {
+  return ::testing::Values(TestEngine::PostgreSQL, TestEngine::PostgreSQLLegacyStrings);
+}
+
 // What the embedded provider's connection string adds for the engine.
 inline std::string JournalModeSetting(TestEngine engine) {
   return engine == TestEngine::SQLiteDelete ? ";JournalMode=DELETE" : "";

@@ -144,7 +144,7 @@ TEST_P(GetUnkTest, TheDefaultConnectionTakesPrecedence) {
   EXPECT_EQ(GetUnk(cn, "ORDERS"), 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, GetUnkTest, ::testing::Values(TestEngine::SQLite, TestEngine::PostgreSQL, TestEngine::PostgreSQLLegacyStrings),
+INSTANTIATE_TEST_SUITE_P(Engines, GetUnkTest, EnginesAndLegacyStrings(),
                          EngineName);
 
 }  // namespace

@@ -42,7 +42,7 @@ TEST_P(LongNamesTest, LongUserNamesAreStoredWhole) {
   EXPECT_EQ(TableLock(cn, kFirst, true, 2), TLR_LOCKEDBYSAMEUSER);
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, LongNamesTest, ::testing::Values(TestEngine::SQLite, TestEngine::PostgreSQL, TestEngine::PostgreSQLLegacyStrings),
+INSTANTIATE_TEST_SUITE_P(Engines, LongNamesTest, EnginesAndLegacyStrings(),
                          EngineName);
 
 }  // namespace

@@ -2,7 +2,6 @@
 // tables, names that try to leave their literal, a server that stops
 // answering in the middle of a draw.
 #include <gtest/gtest.h>
-
 #include <signal.h>
 
 #include <chrono>
@@ -56,11 +55,10 @@ TEST_P(SysRecordsStall, ADrawOnAStalledServerEndsWithinItsTimeout) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, SysRecordsRobustness,
-                         ::testing::Values(TestEngine::SQLite, TestEngine::SQLiteDelete, TestEngine::PostgreSQL,
-                                           TestEngine::PostgreSQLLegacyStrings),
+                         ::testing::Values(TestEngine::SQLite, TestEngine::SQLiteDelete,
+                                           TestEngine::PostgreSQL, TestEngine::PostgreSQLLegacyStrings),
                          EngineName);
-INSTANTIATE_TEST_SUITE_P(Engines, SysRecordsStall,
-                         ::testing::Values(TestEngine::PostgreSQL, TestEngine::PostgreSQLLegacyStrings), EngineName);
+INSTANTIATE_TEST_SUITE_P(Engines, SysRecordsStall, ServerEngines(), EngineName);
 
 }  // namespace
 }  // namespace velmora::test

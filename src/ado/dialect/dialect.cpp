@@ -5,6 +5,7 @@
 #include "ado/dialect/rewriter.hpp"
 #include "ado/dialect/statements.hpp"
 #include "ado/error_map.hpp"
+#include "com/utf.hpp"
 #include "velmora/ado/types.hpp"
 
 namespace velmora::ado::dialect {
@@ -29,7 +30,7 @@ void CheckJournalMode(const std::vector<ConnectionPair>& pairs) {
   if (!detail::HasKey(pairs, "JournalMode")) return;
   const std::string mode = detail::FindValue(pairs, "JournalMode");
   for (const char* known : {"DELETE", "TRUNCATE", "PERSIST", "MEMORY", "WAL", "OFF"}) {
-    if (detail::EqualsIgnoringCase(mode, known)) return;
+    if (com::detail::EqualsIgnoringAsciiCase(mode, known)) return;
   }
   detail::RaiseAdo(DB_E_BADINITSTRING, detail::kConnectionSource,
                    "JournalMode '" + mode + "' is not one of DELETE, TRUNCATE, PERSIST, MEMORY, WAL, OFF");
@@ -126,7 +127,7 @@ class PostgresDialect : public Dialect {
   std::string_view WriteStatementPrefix() const noexcept override { return "/* */ "; }
   std::string QuoteName(std::string_view name) const override { return Enclosed(name, '"', '"'); }
   bool TypesColumnsByDeclaredName(std::string_view typeName) const override {
-    return detail::EqualsIgnoringCase(typeName, "money");
+    return com::detail::EqualsIgnoringAsciiCase(typeName, "money");
   }
   // GUIDs bind as uuid; the driver maps only VARBINARY to bytea, whatever
   // its settings.
@@ -166,7 +167,7 @@ int32_t Dialect::ParameterType(int32_t adoType) const {
 }
 
 bool Dialect::TypesColumnsByDeclaredName(std::string_view typeName) const {
-  return detail::EqualsIgnoringCase(typeName, "money");
+  return com::detail::EqualsIgnoringAsciiCase(typeName, "money");
 }
 
 const Dialect& ForEngine(Engine engine) {
@@ -181,8 +182,8 @@ const Dialect& ForEngine(Engine engine) {
 }
 
 Engine EngineOfDriver(std::string_view driver) {
-  if (detail::ContainsIgnoringCase(driver, "sqlite")) return Engine::SQLite;
-  if (detail::ContainsIgnoringCase(driver, "postgres") || detail::ContainsIgnoringCase(driver, "psqlodbc")) {
+  if (com::detail::ContainsIgnoringAsciiCase(driver, "sqlite")) return Engine::SQLite;
+  if (com::detail::ContainsIgnoringAsciiCase(driver, "postgres") || com::detail::ContainsIgnoringAsciiCase(driver, "psqlodbc")) {
     return Engine::PostgreSQL;
   }
   return Engine::Other;

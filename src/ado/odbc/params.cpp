@@ -130,7 +130,7 @@ void BoundParams::Fill(Slot& slot, const com::Variant& value, int32_t adoType) c
     // Text, and exact numerics as their text (never through a double).
     const std::string text = value.IsString() ? value.Get<std::string>() : com::CStr(value);
     if (wide_) {
-      const std::u16string units = detail::Utf16FromUtf8(text);
+      const std::u16string units = com::detail::Utf8ToUtf16(text);
       slot.cType = SQL_C_WCHAR;
       const auto* first = reinterpret_cast<const char*>(units.data());
       slot.data.assign(first, first + units.size() * sizeof(char16_t));

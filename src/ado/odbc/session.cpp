@@ -145,7 +145,7 @@ bool ChangesDefinitions(const std::string& sql) {
 // Runs one statement text on a handle, in the driver's character width.
 SQLRETURN ExecText(SQLHSTMT stmt, const std::string& sql, bool wide) {
   if (wide) {
-    std::u16string text = Utf16FromUtf8(sql);
+    std::u16string text = com::detail::Utf8ToUtf16(sql);
     return SQLExecDirectW(stmt, reinterpret_cast<SQLWCHAR*>(text.data()), static_cast<SQLINTEGER>(text.size()));
   }
   return SQLExecDirect(stmt, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.data())),
@@ -159,7 +159,7 @@ class CatalogArgs {
   CatalogArgs(const std::vector<std::optional<std::string>>& args, bool wide) : wide_(wide) {
     for (const auto& a : args) {
       narrow_.push_back(a.value_or(std::string()));
-      widen_.push_back(Utf16FromUtf8(a.value_or(std::string())));
+      widen_.push_back(com::detail::Utf8ToUtf16(a.value_or(std::string())));
       given_.push_back(a.has_value());
     }
   }
