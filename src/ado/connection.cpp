@@ -1,11 +1,12 @@
 #include "velmora/ado/connection.hpp"
 
+#include "ado/connection_internal.hpp"
 #include "ado/connection_string.hpp"
 #include "ado/dialect/dialect.hpp"
 #include "ado/dialect/statements.hpp"
 #include "ado/error_map.hpp"
-#include "ado/odbc/session.hpp"
 #include "ado/read_start.hpp"
+#include "ado/recordset_internal.hpp"
 #include "ado/schema_rowsets.hpp"
 #include "velmora/ado/recordset.hpp"
 #include "velmora/com/error.hpp"
@@ -22,6 +23,24 @@ void Record(ado::Errors& errors, const com::Error& e) {
   errors.Append(std::make_shared<ado::Error>(e.Number(), e.Description(), e.Source(), "", 0));
 }
 
+// Keeps the diagnostics of the session's last provider error as the
+// connection's Errors: one Error per record the driver reported.
+class ErrorsFiller : public detail::DiagnosticsListener {
+ public:
+  explicit ErrorsFiller(ErrorsPtr errors) : errors_(std::move(errors)) {}
+  void Failed(const std::vector<detail::ProviderDiag>& diags, const com::Error& raised) override {
+    errors_->Clear();
+    for (const auto& d : diags) {
+      errors_->Append(std::make_shared<ado::Error>(detail::NumberForDiag(d), d.message, detail::kProviderSource,
+                                                   d.sqlState, d.nativeError));
+    }
+    if (diags.empty()) Record(*errors_, raised);
+  }
+
+ private:
+  ErrorsPtr errors_;
+};
+
 }  // namespace
 
 // The library's own errors replace what Errors held, as provider errors do:
@@ -37,12 +56,12 @@ void Connection::RaiseClosed(const char* what) const {
   Fail(adErrObjectClosed, std::string(what) + " on a closed connection");
 }
 
-int32_t Connection::State() const noexcept { return session_ ? adStateOpen : adStateClosed; }
+int32_t Connection::State() const noexcept { return link_ ? adStateOpen : adStateClosed; }
 
 com::Variant Connection::ConnectionString() const { return connectionString_; }
 
 void Connection::ConnectionString(const std::string& value) {
-  if (session_) Fail(adErrObjectOpen, "ConnectionString");
+  if (link_) Fail(adErrObjectOpen, "ConnectionString");
   connectionString_ = value;
 }
 
@@ -58,16 +77,19 @@ std::string Connection::Provider() const {
   return "MSDASQL";
 }
 
-std::shared_ptr<detail::Session> Connection::OpenSession(const std::string& connectionString) {
+std::unique_ptr<Connection::Link> Connection::Connect(const std::string& connectionString) {
   try {
     const detail::OdbcTarget target = detail::ResolveConnectionString(connectionString);
-    auto session = detail::Session::Connect(target, connectionTimeout_, errors_);
-    if (session->EngineKind() == target.engine) return session;
+    const auto listener = std::make_shared<ErrorsFiller>(errors_);
+    auto link = std::make_unique<Link>();
+    link->session = detail::Session::Connect(target, connectionTimeout_, listener);
+    const dialect::Engine engine = link->session->Dialect().Kind();
+    if (engine == target.engine) return link;
     // A data source's engine is known only now: connect again with the
     // settings the library relies on for it.
-    const detail::OdbcTarget known = detail::WithEngineSettings(target, session->EngineKind());
-    session.reset();
-    return detail::Session::Connect(known, connectionTimeout_, errors_);
+    link->session.reset();
+    link->session = detail::Session::Connect(detail::WithEngineSettings(target, engine), connectionTimeout_, listener);
+    return link;
   } catch (const com::Error& e) {
     // Errors found before the driver was reached still go into Errors.
     if (errors_->Count() == 0) Record(*errors_, e);
@@ -78,27 +100,27 @@ std::shared_ptr<detail::Session> Connection::OpenSession(const std::string& conn
 void Connection::Open(const std::string& connectionString, const std::string& userID, const std::string& password,
                       int32_t options) {
   (void)options;
-  if (session_) Fail(adErrObjectOpen, "Connection.Open");
+  if (link_) Fail(adErrObjectOpen, "Connection.Open");
   if (!connectionString.empty()) connectionString_ = connectionString;
   std::string text = connectionString_.IsString() ? connectionString_.Get<std::string>() : std::string();
   // Values in braces where they need them, so that ';' or '}' stay inside.
   if (!userID.empty()) text += ";" + detail::BuildOdbcString({{"UID", userID}});
   if (!password.empty()) text += ";" + detail::BuildOdbcString({{"PWD", password}});
   errors_->Clear();
-  session_ = OpenSession(text);
+  link_ = Connect(text);
 }
 
 void Connection::Close() {
-  if (!session_) RaiseClosed("Close");
-  session_.reset();
+  if (!link_) RaiseClosed("Close");
+  link_.reset();
 }
 
-std::shared_ptr<detail::Session> Connection::Session() const {
-  if (!session_) RaiseClosed("Using the connection");
-  return session_;
+const Connection::Link& Connection::RequireLink(const char* what) const {
+  if (!link_) RaiseClosed(what);
+  return *link_;
 }
 
-ado::Engine Connection::Engine() const { return Session()->EngineKind(); }
+std::string Connection::DbmsName() const { return RequireLink("DbmsName").session->DbmsName(); }
 
 std::string Connection::TranslateSql(const std::string& sql) const {
   const std::optional<size_t> length = dialect::OneStatementLength(sql);
@@ -107,7 +129,8 @@ std::string Connection::TranslateSql(const std::string& sql) const {
   }
   // What follows the statement's closing ';' is blanks and comments only.
   const std::string_view statement = std::string_view(sql).substr(0, *length);
-  return dialectRewriting_ ? Session()->Dialect().Rewrite(statement) : std::string(statement);
+  if (!dialectRewriting_) return std::string(statement);
+  return RequireLink("TranslateSql").session->Dialect().Rewrite(statement);
 }
 
 RecordsetPtr Connection::Execute(const std::string& commandText) {
@@ -116,7 +139,7 @@ RecordsetPtr Connection::Execute(const std::string& commandText) {
 }
 
 RecordsetPtr Connection::Execute(const std::string& commandText, com::Variant& recordsAffected, int32_t options) {
-  auto session = Session();
+  auto session = RequireLink("Execute").session;
   (void)options;
   auto read = detail::StartRead(*session, TranslateSql(commandText), commandTimeout_, false,
                                 "Connection.Execute failed", errors_.get());
@@ -124,7 +147,7 @@ RecordsetPtr Connection::Execute(const std::string& commandText, com::Variant& r
   if (read.cursor) {
     recordsAffected = int32_t{-1};
     auto self = std::static_pointer_cast<Connection>(shared_from_this());
-    rs->OpenOn(std::move(read.cursor), self, commandText, adOpenForwardOnly, adLockReadOnly);
+    Recordset::Internal::OpenOn(*rs, std::move(read.cursor), self, commandText, adOpenForwardOnly, adLockReadOnly);
   } else {
     recordsAffected = static_cast<int32_t>(read.rowsAffected);
   }
@@ -132,7 +155,7 @@ RecordsetPtr Connection::Execute(const std::string& commandText, com::Variant& r
 }
 
 int32_t Connection::BeginTrans() {
-  auto session = Session();
+  auto session = RequireLink("BeginTrans").session;
   if (session->InTransaction()) {
     Fail(adErrFeatureNotAvailable, "nested transactions");
   }
@@ -141,13 +164,13 @@ int32_t Connection::BeginTrans() {
 }
 
 void Connection::CommitTrans() {
-  auto session = Session();
+  auto session = RequireLink("CommitTrans").session;
   if (!session->InCallerTransaction()) Fail(adErrIllegalOperation, "no transaction");
   session->EndTransaction(true, commandTimeout_);
 }
 
 void Connection::RollbackTrans() {
-  auto session = Session();
+  auto session = RequireLink("RollbackTrans").session;
   if (!session->InCallerTransaction()) Fail(adErrIllegalOperation, "no transaction");
   session->EndTransaction(false, commandTimeout_);
 }
@@ -164,12 +187,12 @@ void Connection::ConnectionTimeout(int32_t seconds) {
 
 RecordsetPtr Connection::OpenSchema(int32_t schema, const com::Variant& criteria, const com::Variant& schemaID) {
   (void)schemaID;
-  auto session = Session();
+  auto session = RequireLink("OpenSchema").session;
   errors_->Clear();
   auto rs = std::make_shared<Recordset>();
   auto self = std::static_pointer_cast<Connection>(shared_from_this());
-  rs->OpenOn(std::make_unique<detail::Cursor>(detail::BuildSchemaRowset(*session, schema, criteria), true), self,
-             "", adOpenStatic, adLockReadOnly);
+  Recordset::Internal::OpenOn(*rs, std::make_unique<detail::Cursor>(detail::BuildSchemaRowset(*session, schema, criteria), true),
+                              self, "", adOpenStatic, adLockReadOnly);
   return rs;
 }
 

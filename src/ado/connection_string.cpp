@@ -187,7 +187,7 @@ void Require(std::vector<ConnectionPair>& pairs, std::string_view key, std::stri
 }
 
 
-OdbcTarget WithEngineSettings(const OdbcTarget& target, Engine engine) {
+OdbcTarget WithEngineSettings(const OdbcTarget& target, dialect::Engine engine) {
   std::vector<ConnectionPair> pairs = ParseConnectionString(target.odbcString);
   dialect::ForEngine(engine).AddConnectionSettings(pairs);
   return OdbcTarget{BuildOdbcString(pairs), engine};

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "velmora/ado/connection.hpp"
+#include "ado/dialect/engine.hpp"
 
 namespace velmora::ado::detail {
 
@@ -26,7 +26,7 @@ std::string BuildOdbcString(const std::vector<ConnectionPair>& pairs);
 
 struct OdbcTarget {
   std::string odbcString;
-  Engine engine = Engine::Other;  // Other also when only the server can tell (DSN)
+  dialect::Engine engine = dialect::Engine::Other;  // Other also when only the server can tell (DSN)
 };
 
 // The ODBC string for any accepted form: Provider=MSDASQL[.1] with Extended
@@ -38,7 +38,7 @@ OdbcTarget ResolveConnectionString(std::string_view text);
 
 // `target` (whose engine only the server could tell) with the settings of
 // `engine` added, for a connection made again once the engine is known.
-OdbcTarget WithEngineSettings(const OdbcTarget& target, Engine engine);
+OdbcTarget WithEngineSettings(const OdbcTarget& target, dialect::Engine engine);
 
 // Adds `key` unless the pairs have it; sets it, replacing what the caller
 // gave, when the library cannot work with another value.

@@ -81,8 +81,13 @@ com::Variant CoerceToColumn(const com::Variant& value, const ColumnInfo& column)
   return vt ? com::ChangeType(value, vt) : value;
 }
 
-RecordEditor::RecordEditor(Cursor& cursor, std::shared_ptr<Session> session, int32_t lockType, int32_t timeoutSeconds)
-    : cursor_(cursor), session_(std::move(session)), lockType_(lockType), timeout_(timeoutSeconds),
+RecordEditor::RecordEditor(Cursor& cursor, std::shared_ptr<Session> session, std::shared_ptr<TableKeyCache> keys,
+                           int32_t lockType, int32_t timeoutSeconds)
+    : cursor_(cursor),
+      session_(std::move(session)),
+      keys_(std::move(keys)),
+      lockType_(lockType),
+      timeout_(timeoutSeconds),
       columns_(cursor.Columns()) {
   if (InMemory()) return;
   if (lockType_ == adLockReadOnly) {
@@ -151,7 +156,7 @@ void RecordEditor::ResolveBaseTable() {
     t.ordinals.push_back(static_cast<int>(i));
     t.names.push_back(columns_[i].baseColumn);
   }
-  const TableKey& key = FindTableKey(*session_, t.ref);
+  const TableKey& key = keys_->Find(*session_, t.ref);
   t.keyOrdinals = KeyOrdinals(key);
   MarkFromCatalogue(key);
   table_ = std::move(t);
@@ -168,7 +173,7 @@ int32_t RecordEditor::Attributes(int ordinal) {
     catalogued_ = true;
     std::string problem;
     try {
-      if (const std::optional<TableRef> ref = SingleBaseTable(problem)) MarkFromCatalogue(FindTableKey(*session_, *ref));
+      if (const std::optional<TableRef> ref = SingleBaseTable(problem)) MarkFromCatalogue(keys_->Find(*session_, *ref));
     } catch (const com::Error&) {
     }
   }

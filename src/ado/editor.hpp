@@ -22,8 +22,9 @@ namespace velmora::ado::detail {
 
 class RecordEditor {
  public:
-  // `session` is null for a fabricated recordset.
-  RecordEditor(Cursor& cursor, std::shared_ptr<Session> session, int32_t lockType, int32_t timeoutSeconds);
+  // `session` and `keys` are null for a fabricated recordset.
+  RecordEditor(Cursor& cursor, std::shared_ptr<Session> session, std::shared_ptr<TableKeyCache> keys,
+               int32_t lockType, int32_t timeoutSeconds);
   ~RecordEditor();
 
   const std::vector<ColumnInfo>& Columns() const noexcept { return columns_; }
@@ -69,6 +70,7 @@ class RecordEditor {
 
   Cursor& cursor_;
   std::shared_ptr<Session> session_;
+  std::shared_ptr<TableKeyCache> keys_;
   int32_t lockType_;
   int32_t timeout_;
   std::vector<ColumnInfo> columns_;

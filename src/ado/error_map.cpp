@@ -1,7 +1,5 @@
 #include "ado/error_map.hpp"
 
-#include <memory>
-
 #include "velmora/ado/types.hpp"
 #include "velmora/com/error.hpp"
 
@@ -46,11 +44,11 @@ bool IsEngineLockConflict(const ProviderDiag& d) {
           StartsWith(text, "database schema is locked"));
 }
 
+}  // namespace
+
 int32_t NumberForDiag(const ProviderDiag& d) {
   return IsEngineLockConflict(d) ? DB_E_CONCURRENCYVIOLATION : NumberForSqlState(d.sqlState);
 }
-
-}  // namespace
 
 std::string AdoErrorDescription(int32_t number) {
   switch (number) {
@@ -89,22 +87,22 @@ void RaiseAdo(int32_t number, const std::string& source, const std::string& deta
   throw AdoError(number, source, detail);
 }
 
-void RaiseProvider(Errors* errors, const std::string& what, const std::vector<ProviderDiag>& diags,
-                   int32_t fallbackNumber) {
-  if (errors) {
-    errors->Clear();
-    for (const auto& d : diags) {
-      errors->Append(std::make_shared<Error>(NumberForDiag(d), d.message, kProviderSource, d.sqlState,
-                                             d.nativeError));
-    }
-  }
-  if (diags.empty()) {
-    if (errors) errors->Append(std::make_shared<Error>(fallbackNumber, what, kProviderSource, "", 0));
-    throw com::Error(fallbackNumber, what, kProviderSource);
-  }
+namespace {
+
+com::Error ProviderError(const std::string& what, const std::vector<ProviderDiag>& diags, int32_t fallbackNumber) {
+  if (diags.empty()) return com::Error(fallbackNumber, what, kProviderSource);
   const ProviderDiag& first = diags.front();
   const int32_t number = first.sqlState.empty() && !IsEngineLockConflict(first) ? fallbackNumber : NumberForDiag(first);
-  throw com::Error(number, what + ": " + first.message + " (SQLSTATE " + first.sqlState + ")", kProviderSource);
+  return com::Error(number, what + ": " + first.message + " (SQLSTATE " + first.sqlState + ")", kProviderSource);
+}
+
+}  // namespace
+
+void RaiseProvider(DiagnosticsListener* listener, const std::string& what, const std::vector<ProviderDiag>& diags,
+                   int32_t fallbackNumber) {
+  const com::Error raised = ProviderError(what, diags, fallbackNumber);
+  if (listener) listener->Failed(diags, raised);
+  throw raised;
 }
 
 }  // namespace velmora::ado::detail

@@ -1,12 +1,12 @@
 #pragma once
 // Error numbers and raising: the objects' own errors (adErr...) and provider
-// errors built from driver diagnostics, which also fill Connection.Errors.
+// errors built from driver diagnostics. The diagnostics go to a listener as
+// data before the error is raised: the connection keeps them as its Errors.
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "velmora/ado/errors.hpp"
 #include "velmora/com/error.hpp"
 
 namespace velmora::ado::detail {
@@ -24,6 +24,18 @@ struct ProviderDiag {
 
 // The error number for a SQLSTATE (table in docs/data-access.md).
 int32_t NumberForSqlState(std::string_view sqlState);
+// The error number of one diagnostic record (SQLite's lock conflicts,
+// reported with a general SQLSTATE, are told by their result code).
+int32_t NumberForDiag(const ProviderDiag& diag);
+
+// Told the diagnostic records of every provider error before it is raised.
+class DiagnosticsListener {
+ public:
+  virtual ~DiagnosticsListener() = default;
+  // `diags` may be empty (the library found the failure itself): then
+  // `raised` is the only record.
+  virtual void Failed(const std::vector<ProviderDiag>& diags, const com::Error& raised) = 0;
+};
 // The standard description of one of the objects' own error numbers.
 std::string AdoErrorDescription(int32_t number);
 
@@ -32,9 +44,9 @@ std::string AdoErrorDescription(int32_t number);
 com::Error AdoError(int32_t number, const std::string& source, const std::string& detail = {});
 [[noreturn]] void RaiseAdo(int32_t number, const std::string& source, const std::string& detail = {});
 
-// Replaces the contents of `errors` (when given) with one Error per record
-// and raises the first as com::Error whose description starts with `what`.
-[[noreturn]] void RaiseProvider(Errors* errors, const std::string& what, const std::vector<ProviderDiag>& diags,
-                                int32_t fallbackNumber = -2147467259);
+// Raises the first record as com::Error whose description starts with
+// `what`, after telling `listener` (when given) every record.
+[[noreturn]] void RaiseProvider(DiagnosticsListener* listener, const std::string& what,
+                                const std::vector<ProviderDiag>& diags, int32_t fallbackNumber = -2147467259);
 
 }  // namespace velmora::ado::detail

@@ -1,37 +1,16 @@
-#include "velmora/ado/recordset.hpp"
-
 #include <cmath>
 
-#include "ado/cursor.hpp"
+#include "ado/connection_internal.hpp"
 #include "ado/dialect/dialect.hpp"
 #include "ado/dialect/tokenizer.hpp"
-#include "ado/editor.hpp"
 #include "ado/error_map.hpp"
-#include "ado/odbc/session.hpp"
 #include "ado/read_start.hpp"
-#include "com/utf.hpp"
+#include "ado/recordset_internal.hpp"
+#include "ado/variant_index.hpp"
 #include "velmora/com/error.hpp"
 
 namespace velmora::ado {
 namespace {
-
-std::string FoldAscii(std::string_view s) {
-  std::string out(s);
-  for (char& c : out) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return out;
-}
-
-// A 0-based index from a numeric Variant, or -1.
-int64_t IndexOf(const com::Variant& v) {
-  if (auto p = v.TryGet<int32_t>()) return *p;
-  if (auto p = v.TryGet<int16_t>()) return *p;
-  if (auto p = v.TryGet<uint8_t>()) return *p;
-  if (auto p = v.TryGet<double>()) return std::isfinite(*p) ? static_cast<int64_t>(std::floor(*p)) : -1;
-  if (auto p = v.TryGet<float>()) return std::isfinite(*p) ? static_cast<int64_t>(std::floor(*p)) : -1;
-  return -1;
-}
 
 // True when the source is one (possibly dotted) name: then adCmdUnknown treats it as a table.
 bool IsLoneName(const std::string& source) {
@@ -63,247 +42,72 @@ std::string TableQuery(const std::string& name, const dialect::Dialect& engine) 
 
 }  // namespace
 
-// ---- Field -------------------------------------------------------------------
-
-Field::Field(const detail::Cursor* cursor, detail::RecordEditor* editor, int32_t ordinal)
-    : cursor_(cursor), editor_(editor), ordinal_(ordinal) {}
-
-Field::Field(const detail::ColumnInfo& definition)
-    : definition_(std::make_unique<detail::ColumnInfo>(definition)) {}
-
-Field::~Field() = default;
-
-void Field::Attach(const detail::Cursor* cursor, detail::RecordEditor* editor, int32_t ordinal) noexcept {
-  cursor_ = cursor;
-  editor_ = editor;
-  ordinal_ = ordinal;
-}
-
-void Field::Detach() noexcept {
-  cursor_ = nullptr;
-  editor_ = nullptr;
-  definition_.reset();
-}
-
-const detail::Cursor& Field::Bound() const {
-  if (!cursor_) detail::RaiseAdo(adErrObjectNotSet, detail::kFieldSource, "the recordset was closed");
-  return *cursor_;
-}
-
-detail::RecordEditor& Field::Editor() const {
-  if (!editor_) detail::RaiseAdo(adErrObjectNotSet, detail::kFieldSource, "the recordset is not open");
-  return *editor_;
-}
-
-const detail::ColumnInfo& Field::Info() const {
-  if (editor_) return editor_->Columns()[static_cast<size_t>(ordinal_)];
-  if (definition_) return *definition_;
-  return Bound().Columns()[static_cast<size_t>(ordinal_)];
-}
-
-void Field::Value(const com::Variant& value) { Editor().SetValue(ordinal_, value); }
-com::Variant Field::OriginalValue() const { return Editor().OriginalValue(ordinal_); }
-void Field::AppendChunk(const com::Variant& data) { Editor().AppendChunk(ordinal_, data); }
-
-void Field::Precision(uint8_t value) {
-  if (!definition_ || cursor_) detail::RaiseAdo(adErrIllegalOperation, detail::kFieldSource, "Precision");
-  definition_->precision = value;
-}
-
-void Field::NumericScale(uint8_t value) {
-  if (!definition_ || cursor_) detail::RaiseAdo(adErrIllegalOperation, detail::kFieldSource, "NumericScale");
-  definition_->scale = value;
-}
-
-std::string Field::Name() const { return Info().name; }
-int32_t Field::Type() const { return Info().type; }
-int32_t Field::Attributes() const {
-  if (editor_) return editor_->Attributes(ordinal_);
-  return Info().attributes;
-}
-int32_t Field::DefinedSize() const { return Info().definedSize; }
-uint8_t Field::Precision() const { return Info().precision; }
-uint8_t Field::NumericScale() const { return Info().scale; }
-
-const com::Variant& Field::ValueRef() const {
-  const detail::Cursor& c = Bound();
-  if (!c.HasCurrent()) detail::RaiseAdo(adErrNoCurrentRecord, detail::kFieldSource, "reading " + Name());
-  return c.Current()[static_cast<size_t>(ordinal_)];
-}
-
-com::Variant Field::Value() const { return ValueRef(); }
-
-int32_t Field::ActualSize() const {
-  const com::Variant& v = ValueRef();
-  if (v.IsNull()) return 0;
-  if (auto s = v.TryGet<std::string>()) return static_cast<int32_t>(s->size());
-  if (auto b = v.TryGet<com::ByteArray>()) return static_cast<int32_t>(b->size());
-  return DefinedSize();
-}
-
-com::Variant Field::GetChunk(int32_t length) {
-  if (!(Attributes() & adFldLong)) {
-    detail::RaiseAdo(adErrFeatureNotAvailable, detail::kFieldSource, "GetChunk on a field that is not long");
-  }
-  if (length < 0) detail::RaiseAdo(adErrInvalidArgument, detail::kFieldSource, "GetChunk length");
-  const com::Variant& v = ValueRef();
-  if (Bound().Position() != chunkRow_) {
-    chunkRow_ = Bound().Position();
-    chunkOffset_ = 0;
-  }
-  if (v.IsNull()) return com::Null;
-  if (auto b = v.TryGet<com::ByteArray>()) {
-    if (chunkOffset_ >= b->size()) return com::Null;
-    const size_t n = std::min(b->size() - chunkOffset_, static_cast<size_t>(length));
-    com::ByteArray part(b->begin() + static_cast<std::ptrdiff_t>(chunkOffset_),
-                        b->begin() + static_cast<std::ptrdiff_t>(chunkOffset_ + n));
-    chunkOffset_ += n;
-    return part;
-  }
-  const std::string& s = v.Get<std::string>();
-  if (chunkOffset_ >= s.size()) return com::Null;
-  // Text chunks count characters: advance over whole UTF-8 sequences.
-  const size_t end = com::detail::OffsetAfterChars(s, chunkOffset_, length);
-  std::string part = s.substr(chunkOffset_, end - chunkOffset_);
-  chunkOffset_ = end;
-  return part;
-}
-
-// ---- Fields ------------------------------------------------------------------
-
-FieldPtr Fields::Item(const com::Variant& index) const {
-  if (auto name = index.TryGet<std::string>()) {
-    const int32_t i = IndexOf(*name);
-    if (i < 0) detail::RaiseAdo(adErrItemNotFound, "Velmora.ado.Fields", "field '" + *name + "'");
-    return items_[static_cast<size_t>(i)];
-  }
-  const int64_t i = ado::IndexOf(index);
-  if (i < 0 || i >= Count()) detail::RaiseAdo(adErrItemNotFound, "Velmora.ado.Fields", "field position");
-  return items_[static_cast<size_t>(i)];
-}
-
-int32_t Fields::IndexOf(const std::string& name) const {
-  const std::string folded = FoldAscii(name);
-  for (size_t i = 0; i < foldedNames_.size(); ++i) {
-    if (foldedNames_[i] == folded) return static_cast<int32_t>(i);
-  }
-  return -1;
-}
-
-void Fields::Append(const std::string& name, int32_t type, int32_t definedSize, int32_t attrib,
-                    const com::Variant& fieldValue) {
-  (void)fieldValue;
-  if (open_) detail::RaiseAdo(adErrIllegalOperation, "Velmora.ado.Fields", "Append on an open recordset");
-  if (name.empty()) detail::RaiseAdo(adErrInvalidArgument, "Velmora.ado.Fields", "Append without a name");
-  if (IndexOf(name) >= 0) detail::RaiseAdo(adErrObjectInCollection, "Velmora.ado.Fields", "field '" + name + "'");
-  detail::ColumnInfo c;
-  c.name = name;
-  c.type = type;
-  c.definedSize = definedSize;
-  c.attributes = attrib == adFldUnspecified ? 0 : attrib;
-  if (type == adLongVarBinary || type == adLongVarWChar || type == adLongVarChar) c.attributes |= adFldLong;
-  c.precision = 0;
-  c.scale = 0;
-  items_.push_back(std::make_shared<Field>(c));
-  foldedNames_.push_back(FoldAscii(name));
-}
-
-std::vector<detail::ColumnInfo> Fields::Definitions() const {
-  std::vector<detail::ColumnInfo> out;
-  for (const auto& f : items_) {
-    detail::ColumnInfo c;
-    c.name = f->Name();
-    c.type = f->Type();
-    c.definedSize = f->DefinedSize();
-    c.attributes = f->Attributes();
-    c.precision = f->Precision();
-    c.scale = f->NumericScale();
-    out.push_back(std::move(c));
-  }
-  return out;
-}
-
-void Fields::Bind(const detail::Cursor* cursor, detail::RecordEditor* editor, int32_t count, bool keepAppended) {
-  if (keepAppended) {
-    // Appended fields become the open recordset's columns, keeping their objects.
-    for (size_t i = 0; i < items_.size(); ++i) items_[i]->Attach(cursor, editor, static_cast<int32_t>(i));
-  } else {
-    Unbind();
-    for (int32_t i = 0; i < count; ++i) {
-      items_.push_back(std::make_shared<Field>(cursor, editor, i));
-      foldedNames_.push_back(FoldAscii(cursor->Columns()[static_cast<size_t>(i)].name));
-    }
-  }
-  open_ = true;
-}
-
-void Fields::Unbind() noexcept {
-  for (auto& f : items_) f->Detach();
-  items_.clear();
-  foldedNames_.clear();
-  open_ = false;
-}
-
-// ---- Recordset ---------------------------------------------------------------
-
 Recordset::Recordset() : fields_(std::make_shared<ado::Fields>()) {}
+
 Recordset::~Recordset() {
-  fields_->Unbind();
-  editor_.reset();
+  Fields::Internal::Unbind(*fields_);
+  if (open_) open_->editor.reset();  // before the cursor it edits
 }
 
-int32_t Recordset::State() const noexcept { return cursor_ ? adStateOpen : adStateClosed; }
+int32_t Recordset::State() const noexcept { return open_ ? adStateOpen : adStateClosed; }
 
-void Recordset::RequireOpen(const char* what) const {
-  if (!cursor_) detail::RaiseAdo(adErrObjectClosed, detail::kRecordsetSource, what);
+Recordset::Opened& Recordset::RequireOpen(const char* what) const {
+  if (!open_) detail::RaiseAdo(adErrObjectClosed, detail::kRecordsetSource, what);
+  return *open_;
 }
 
-void Recordset::RequireCurrent(const char* what) const {
-  RequireOpen(what);
-  if (!cursor_->HasCurrent()) detail::RaiseAdo(adErrNoCurrentRecord, detail::kRecordsetSource, what);
+Recordset::Opened& Recordset::RequireCurrent(const char* what) const {
+  Opened& o = RequireOpen(what);
+  if (!o.cursor->HasCurrent()) detail::RaiseAdo(adErrNoCurrentRecord, detail::kRecordsetSource, what);
+  return o;
 }
 
-void Recordset::RequireScrollable(const char* what) const {
-  RequireOpen(what);
-  if (!cursor_->Scrollable()) {
+Recordset::Opened& Recordset::RequireScrollable(const char* what) const {
+  Opened& o = RequireOpen(what);
+  if (!o.cursor->Scrollable()) {
     detail::RaiseAdo(adErrFeatureNotAvailable, detail::kRecordsetSource,
                      std::string(what) + " needs a scrollable cursor");
   }
+  return o;
 }
 
-detail::Cursor& Recordset::Cursor() const {
-  RequireOpen("Cursor");
-  return *cursor_;
+detail::Cursor& Recordset::Internal::CursorOf(const Recordset& recordset) {
+  return *recordset.RequireOpen("Cursor").cursor;
 }
 
-void Recordset::OpenOn(std::unique_ptr<detail::Cursor> cursor, ConnectionPtr connection, std::string source,
-                       int32_t cursorType, int32_t lockType) {
-  cursor_ = std::move(cursor);
-  connection_ = std::move(connection);
-  source_ = std::move(source);
-  cursorType_ = cursorType;
-  lockType_ = lockType;
-  try {
-    editor_ = std::make_unique<detail::RecordEditor>(*cursor_, connection_ ? connection_->Session() : nullptr,
-                                                     lockType, connection_ ? connection_->CommandTimeout() : 0);
-  } catch (...) {
-    cursor_.reset();
-    throw;
+void Recordset::Internal::OpenOn(Recordset& rs, std::unique_ptr<detail::Cursor> cursor, ConnectionPtr connection,
+                                 std::string source, int32_t cursorType, int32_t lockType) {
+  auto opened = std::make_unique<Opened>();
+  opened->cursor = std::move(cursor);
+  std::shared_ptr<detail::Session> session;
+  std::shared_ptr<detail::TableKeyCache> keys;
+  if (connection) {
+    session = Connection::Internal::SessionOf(*connection, "Recordset.Open");
+    keys = Connection::Internal::KeysOf(*connection, "Recordset.Open");
   }
-  fields_->Bind(cursor_.get(), editor_.get(), static_cast<int32_t>(cursor_->Columns().size()), !connection_);
+  const int32_t timeout = connection ? connection->CommandTimeout() : 0;
+  opened->editor = std::make_unique<detail::RecordEditor>(*opened->cursor, std::move(session), std::move(keys),
+                                                          lockType, timeout);
+  rs.connection_ = std::move(connection);
+  rs.source_ = std::move(source);
+  rs.cursorType_ = cursorType;
+  rs.lockType_ = lockType;
+  rs.open_ = std::move(opened);
+  Fields::Internal::Bind(*rs.fields_, rs.open_->cursor.get(), rs.open_->editor.get(),
+                         static_cast<int32_t>(rs.open_->cursor->Columns().size()), !rs.connection_);
 }
 
 void Recordset::OpenFabricated(int32_t lockType) {
-  auto columns = fields_->Definitions();
+  auto columns = Fields::Internal::Definitions(*fields_);
   auto source = std::make_unique<detail::MemoryRowSource>(std::move(columns), std::vector<detail::Row>());
   connection_.reset();
-  OpenOn(std::make_unique<detail::Cursor>(std::move(source), true), nullptr, "", adOpenStatic,
-         lockType == adLockUnspecified || lockType == adLockReadOnly ? adLockBatchOptimistic : lockType);
+  Internal::OpenOn(*this, std::make_unique<detail::Cursor>(std::move(source), true), nullptr, "", adOpenStatic,
+                   lockType == adLockUnspecified || lockType == adLockReadOnly ? adLockBatchOptimistic : lockType);
 }
 
 void Recordset::Open(const com::Variant& source, const com::Variant& activeConnection, int32_t cursorType,
                      int32_t lockType, int32_t options) {
-  if (cursor_) detail::RaiseAdo(adErrObjectOpen, detail::kRecordsetSource, "Recordset.Open");
+  if (open_) detail::RaiseAdo(adErrObjectOpen, detail::kRecordsetSource, "Recordset.Open");
   const bool noSource = source.IsMissing() || source.IsEmpty() || (source.IsString() && source.Get<std::string>().empty());
   const bool noConnection = (activeConnection.IsMissing() || activeConnection.IsEmpty()) && !connection_;
   if (noSource && noConnection && fields_->Count() > 0) {
@@ -336,7 +140,7 @@ void Recordset::Open(const com::Variant& source, const com::Variant& activeConne
   if (command & adCmdStoredProc) {
     detail::RaiseAdo(adErrFeatureNotAvailable, detail::kRecordsetSource, "stored procedures");
   }
-  auto session = cn->Session();
+  auto session = Connection::Internal::SessionOf(*cn, "Recordset.Open");
   const std::string sql = table ? TableQuery(*text, session->Dialect()) : cn->TranslateSql(*text);
   auto read = detail::StartRead(*session, sql, cn->CommandTimeout(), cursorKind != adOpenForwardOnly,
                                 "Recordset.Open failed", cn->Errors().get());
@@ -344,104 +148,104 @@ void Recordset::Open(const com::Variant& source, const com::Variant& activeConne
     connection_ = cn;
     return;  // a statement without rows leaves the recordset closed
   }
-  OpenOn(std::move(read.cursor), cn, *text, cursorKind, lockKind);
+  Internal::OpenOn(*this, std::move(read.cursor), cn, *text, cursorKind, lockKind);
 }
 
 void Recordset::Close() {
-  RequireOpen("Recordset.Close");
-  fields_->Unbind();
-  editor_.reset();  // an edit in progress is dropped and its lock released
-  cursor_.reset();
+  Opened& o = RequireOpen("Recordset.Close");
+  Fields::Internal::Unbind(*fields_);
+  o.editor.reset();  // an edit in progress is dropped and its lock released
+  open_.reset();
 }
 
 void Recordset::LeaveRow() {
-  if (editor_) editor_->BeforeMove();
+  if (open_ && open_->editor) open_->editor->BeforeMove();
 }
 
 bool Recordset::IsEOF() const {
-  RequireOpen("EOF");
-  return cursor_->IsEOF();
+  Opened& o = RequireOpen("EOF");
+  return o.cursor->IsEOF();
 }
 
 bool Recordset::IsBOF() const {
-  RequireOpen("BOF");
-  return cursor_->IsBOF();
+  Opened& o = RequireOpen("BOF");
+  return o.cursor->IsBOF();
 }
 
 void Recordset::MoveFirst() {
-  RequireOpen("MoveFirst");
+  Opened& o = RequireOpen("MoveFirst");
   LeaveRow();
-  cursor_->MoveFirst();
+  o.cursor->MoveFirst();
 }
 
 void Recordset::MoveNext() {
-  RequireOpen("MoveNext");
-  if (cursor_->IsEOF()) detail::RaiseAdo(adErrNoCurrentRecord, detail::kRecordsetSource, "MoveNext at EOF");
+  Opened& o = RequireOpen("MoveNext");
+  if (o.cursor->IsEOF()) detail::RaiseAdo(adErrNoCurrentRecord, detail::kRecordsetSource, "MoveNext at EOF");
   LeaveRow();
-  cursor_->MoveNext();
+  o.cursor->MoveNext();
 }
 
 void Recordset::MovePrevious() {
-  RequireOpen("MovePrevious");
-  if (!cursor_->Scrollable()) detail::RaiseAdo(DB_E_CANTFETCHBACKWARDS, detail::kRecordsetSource, "MovePrevious");
-  if (cursor_->IsBOF() && !cursor_->IsEOF()) {
+  Opened& o = RequireOpen("MovePrevious");
+  if (!o.cursor->Scrollable()) detail::RaiseAdo(DB_E_CANTFETCHBACKWARDS, detail::kRecordsetSource, "MovePrevious");
+  if (o.cursor->IsBOF() && !o.cursor->IsEOF()) {
     detail::RaiseAdo(adErrNoCurrentRecord, detail::kRecordsetSource, "MovePrevious at BOF");
   }
   LeaveRow();
-  cursor_->MovePrevious();
+  o.cursor->MovePrevious();
 }
 
 void Recordset::MoveLast() {
-  RequireOpen("MoveLast");
+  Opened& o = RequireOpen("MoveLast");
   LeaveRow();
-  cursor_->MoveLast();
+  o.cursor->MoveLast();
 }
 
 void Recordset::Move(int32_t numRecords) {
-  RequireOpen("Move");
+  Opened& o = RequireOpen("Move");
   if (numRecords == 0) return;
   LeaveRow();
-  if (numRecords < 0 && !cursor_->Scrollable()) {
+  if (numRecords < 0 && !o.cursor->Scrollable()) {
     detail::RaiseAdo(DB_E_CANTFETCHBACKWARDS, detail::kRecordsetSource, "Move backwards");
   }
-  const int64_t from = cursor_->HasCurrent() ? cursor_->Position() : (cursor_->IsEOF() ? -2 : -1);
+  const int64_t from = o.cursor->HasCurrent() ? o.cursor->Position() : (o.cursor->IsEOF() ? -2 : -1);
   if (from == -2) detail::RaiseAdo(adErrNoCurrentRecord, detail::kRecordsetSource, "Move at EOF");
   const int64_t target = from + numRecords;
   if (target < 0) {
-    cursor_->MoveFirst();
-    cursor_->MovePrevious();
-  } else if (!cursor_->MoveTo(target)) {
-    cursor_->MoveLast();
-    if (cursor_->HasCurrent()) cursor_->MoveNext();
+    o.cursor->MoveFirst();
+    o.cursor->MovePrevious();
+  } else if (!o.cursor->MoveTo(target)) {
+    o.cursor->MoveLast();
+    if (o.cursor->HasCurrent()) o.cursor->MoveNext();
   }
 }
 
 int32_t Recordset::RecordCount() const {
-  RequireOpen("RecordCount");
-  if (!cursor_->Scrollable()) return -1;
-  const int64_t n = cursor_->CountAll();
+  Opened& o = RequireOpen("RecordCount");
+  if (!o.cursor->Scrollable()) return -1;
+  const int64_t n = o.cursor->CountAll();
   return n > INT32_MAX ? INT32_MAX : static_cast<int32_t>(n);
 }
 
 int32_t Recordset::AbsolutePosition() const {
-  RequireOpen("AbsolutePosition");
-  if (cursor_->HasCurrent()) return static_cast<int32_t>(cursor_->Position() + 1);
-  return cursor_->IsEOF() ? adPosEOF : adPosBOF;
+  Opened& o = RequireOpen("AbsolutePosition");
+  if (o.cursor->HasCurrent()) return static_cast<int32_t>(o.cursor->Position() + 1);
+  return o.cursor->IsEOF() ? adPosEOF : adPosBOF;
 }
 
 com::Variant Recordset::Bookmark() const {
   RequireScrollable("Bookmark");
-  RequireCurrent("Bookmark");
-  return static_cast<double>(cursor_->Position() + 1);
+  const Opened& o = RequireCurrent("Bookmark");
+  return static_cast<double>(o.cursor->Position() + 1);
 }
 
 void Recordset::Bookmark(const com::Variant& bookmark) {
-  RequireScrollable("Bookmark");
-  const int64_t ordinal = ado::IndexOf(bookmark);
+  Opened& o = RequireScrollable("Bookmark");
+  const int64_t ordinal = detail::PositionOf(bookmark);
   const double* d = bookmark.TryGet<double>();
   const bool whole = !d || std::floor(*d) == *d;
   LeaveRow();
-  if (ordinal < 1 || !whole || !cursor_->MoveTo(ordinal - 1)) {
+  if (ordinal < 1 || !whole || !o.cursor->MoveTo(ordinal - 1)) {
     detail::RaiseAdo(adErrInvalidArgument, detail::kRecordsetSource, "not a valid bookmark");
   }
 }
@@ -452,7 +256,7 @@ com::Variant Recordset::ActiveConnection() const {
 }
 
 void Recordset::ActiveConnection(const com::Variant& connection) {
-  if (cursor_) detail::RaiseAdo(adErrObjectOpen, detail::kRecordsetSource, "ActiveConnection");
+  if (open_) detail::RaiseAdo(adErrObjectOpen, detail::kRecordsetSource, "ActiveConnection");
   if (connection.IsString()) {
     auto cn = std::make_shared<Connection>();
     cn->Open(connection.Get<std::string>());
@@ -465,18 +269,18 @@ void Recordset::ActiveConnection(const com::Variant& connection) {
 }
 
 void Recordset::CursorType(int32_t value) {
-  if (cursor_) detail::RaiseAdo(adErrObjectOpen, detail::kRecordsetSource, "CursorType");
+  if (open_) detail::RaiseAdo(adErrObjectOpen, detail::kRecordsetSource, "CursorType");
   cursorType_ = value;
 }
 
 void Recordset::LockType(int32_t value) {
-  if (cursor_) detail::RaiseAdo(adErrObjectOpen, detail::kRecordsetSource, "LockType");
+  if (open_) detail::RaiseAdo(adErrObjectOpen, detail::kRecordsetSource, "LockType");
   lockType_ = value;
 }
 
 int32_t Recordset::EditMode() const {
-  RequireOpen("EditMode");
-  const int32_t mode = editor_->EditMode();
+  Opened& o = RequireOpen("EditMode");
+  const int32_t mode = o.editor->EditMode();
   if (mode == adEditNone) RequireCurrent("EditMode");
   return mode;
 }
@@ -496,38 +300,38 @@ void Recordset::SetFieldValues(const com::Variant& fields, const com::Variant& v
 }
 
 void Recordset::AddNew(const com::Variant& fieldList, const com::Variant& values) {
-  RequireOpen("AddNew");
-  editor_->AddNew();
+  Opened& o = RequireOpen("AddNew");
+  o.editor->AddNew();
   if (fieldList.IsMissing()) return;
   SetFieldValues(fieldList, values);
-  editor_->Update();
+  o.editor->Update();
 }
 
 void Recordset::Update(const com::Variant& fields, const com::Variant& values) {
-  RequireOpen("Update");
+  Opened& o = RequireOpen("Update");
   SetFieldValues(fields, values);
-  editor_->Update();
+  o.editor->Update();
 }
 
 void Recordset::CancelUpdate() {
-  RequireOpen("CancelUpdate");
-  editor_->CancelUpdate();
+  Opened& o = RequireOpen("CancelUpdate");
+  o.editor->CancelUpdate();
 }
 
 void Recordset::Delete(int32_t affectRecords) {
-  RequireOpen("Delete");
+  Opened& o = RequireOpen("Delete");
   if (affectRecords != adAffectCurrent) {
     detail::RaiseAdo(adErrFeatureNotAvailable, detail::kRecordsetSource, "Delete affects the current record only");
   }
-  editor_->Delete();
+  o.editor->Delete();
 }
 
 void Recordset::UpdateBatch(int32_t affectRecords) {
-  RequireOpen("UpdateBatch");
+  Opened& o = RequireOpen("UpdateBatch");
   if (affectRecords != adAffectAll) {
     detail::RaiseAdo(adErrFeatureNotAvailable, detail::kRecordsetSource, "UpdateBatch writes all changes");
   }
-  editor_->UpdateBatch();
+  o.editor->UpdateBatch();
 }
 
 void Recordset::CacheSize(int32_t rows) {

@@ -70,11 +70,14 @@ TableKey Discover(Session& s, const TableRef& t) {
 
 }  // namespace
 
-const TableKey& FindTableKey(Session& session, const TableRef& table) {
-  auto& cache = session.KeyCache().byTable;
+const TableKey& TableKeyCache::Find(Session& session, const TableRef& table) {
+  if (session.DefinitionsVersion() != definitionsVersion_) {
+    byTable_.clear();
+    definitionsVersion_ = session.DefinitionsVersion();
+  }
   const std::string id = table.Id();
-  auto it = cache.find(id);
-  if (it == cache.end()) it = cache.emplace(id, Discover(session, table)).first;
+  auto it = byTable_.find(id);
+  if (it == byTable_.end()) it = byTable_.emplace(id, Discover(session, table)).first;
   return it->second;
 }
 

@@ -22,12 +22,16 @@ struct TableKey {
   std::vector<std::string> notNull;
 };
 
-struct Session::TableKeyCache {
-  std::unordered_map<std::string, TableKey> byTable;
-};
+// The keys that editing found on one session. A table's key is looked up in
+// the engine's catalogue once; after the session ran a statement that may
+// change definitions (CREATE, ALTER, DROP) every key is looked up again.
+class TableKeyCache {
+ public:
+  const TableKey& Find(Session& session, const TableRef& table);
 
-// The key of `table`, looked up in the engine's catalogue once per session.
-// Statements that change definitions (CREATE, ALTER, DROP) empty the cache.
-const TableKey& FindTableKey(Session& session, const TableRef& table);
+ private:
+  std::unordered_map<std::string, TableKey> byTable_;
+  uint64_t definitionsVersion_ = 0;
+};
 
 }  // namespace velmora::ado::detail

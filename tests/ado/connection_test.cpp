@@ -13,7 +13,7 @@ class ConnectionTest : public EngineTest {};
 
 TEST_P(ConnectionTest, OpenCloseStateAndEngine) {
   EXPECT_EQ(cn->State(), ado::adStateOpen);
-  EXPECT_EQ(cn->Engine(), IsPg() ? ado::Engine::PostgreSQL : ado::Engine::SQLite);
+  EXPECT_EQ(cn->DbmsName(), IsPg() ? "PostgreSQL" : "SQLite");
   EXPECT_EQ(cn->ConnectionString().Get<std::string>(), ConnectionString());
   EXPECT_EQ(cn->Version(), "2.7");
   EXPECT_EQ(ErrorNumber([&] { cn->Open(ConnectionString()); }), ado::adErrObjectOpen);
@@ -87,6 +87,30 @@ TEST_P(ConnectionTest, SqlErrorsRaiseAndFillErrors) {
   EXPECT_EQ(cn->Errors()->Count(), 0);
   EXPECT_NE(ErrorNumber([&] { cn->Execute("SELEC nothing"); }), 0);
   EXPECT_GE(cn->Errors()->Count(), 1);
+}
+
+// A recordset's failing write reports through its connection as a
+// statement does: the driver's records fill the connection's Errors.
+TEST_P(ConnectionTest, ARecordsetsProviderErrorFillsItsConnectionsErrors) {
+  const std::string t = Table("dup", "id INTEGER PRIMARY KEY, v INTEGER");
+  cn->Execute("INSERT INTO " + t + " VALUES (1, 1)");
+  auto rs = std::make_shared<ado::Recordset>();
+  rs->Open(com::Variant("SELECT id, v FROM " + t), com::Variant(cn), ado::adOpenKeyset, ado::adLockOptimistic,
+           ado::adCmdText);
+  cn->Errors()->Clear();
+  rs->AddNew();
+  rs->Fields()->Item(com::Variant("id"))->Value(com::Variant(int32_t{1}));
+  const int32_t number = ErrorNumber([&] { rs->Update(); });
+  EXPECT_NE(number, 0);
+  if (IsPg()) EXPECT_EQ(number, ado::DB_E_INTEGRITYVIOLATION);
+  ASSERT_GE(cn->Errors()->Count(), 1);
+  const auto first = cn->Errors()->Item(com::Variant(int32_t{0}));
+  EXPECT_EQ(first->Number(), number);
+  EXPECT_EQ(first->Source(), "Velmora.ado.odbc");
+  // The SQLite driver reports a general SQLSTATE with the engine's
+  // constraint result code (19).
+  if (IsPg()) EXPECT_EQ(first->SQLState().substr(0, 2), "23");
+  else EXPECT_EQ(first->NativeError() & 0xff, 19);
 }
 
 TEST_P(ConnectionTest, ErrorsDescribeTheLastFailureOnly) {
@@ -226,7 +250,7 @@ TEST(ConnectionFailures, DefaultsBeforeOpen) {
   EXPECT_EQ(cn->Provider(), "MSDASQL");
   cn->ConnectionString("Provider=MSDASQL.1;Extended Properties=\"DSN=x\"");
   EXPECT_EQ(cn->Provider(), "MSDASQL.1");
-  EXPECT_THROW(cn->Engine(), com::Error);
+  EXPECT_THROW(cn->DbmsName(), com::Error);
 }
 
 TEST(ConnectionForms, OdbcProviderAndPlainStringsReachTheSameEngine) {
@@ -238,12 +262,12 @@ TEST(ConnectionForms, OdbcProviderAndPlainStringsReachTheSameEngine) {
   auto wrapped = std::make_shared<ado::Connection>();
   wrapped->Open("Provider=MSDASQL.1;Persist Security Info=False;Extended Properties=\"DRIVER=SQLite3;Database=" +
                 file + "\"");
-  EXPECT_EQ(wrapped->Engine(), ado::Engine::SQLite);
+  EXPECT_EQ(wrapped->DbmsName(), "SQLite");
   auto rs = wrapped->Execute("SELECT id FROM t");
   EXPECT_EQ(rs->Fields()->Item(com::Variant("id"))->Value().Get<int32_t>(), 7);
   auto pg = std::make_shared<ado::Connection>();
   pg->Open("Provider=MSDASQL.1;Extended Properties=\"" + PostgresOdbc() + "\"");
-  EXPECT_EQ(pg->Engine(), ado::Engine::PostgreSQL);
+  EXPECT_EQ(pg->DbmsName(), "PostgreSQL");
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 namespace velmora::test {
 namespace {
 
-using ado::Engine;
+using ado::dialect::Engine;
 using ado::dialect::Rewrite;
 
 TEST(Dialect, BracketsBecomeQuotesOnPostgresOnly) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "ado/engine_fixture.hpp"
+#include "ado/recordset_internal.hpp"
 
 namespace velmora::test {
 namespace {
@@ -32,7 +33,7 @@ TEST_P(RecordsetTest, ForwardOnlyWalkReadsEveryRowInOrder) {
   }
   EXPECT_EQ(expected, 601);
   EXPECT_EQ(rs->RecordCount(), -1);
-  EXPECT_LE(rs->Cursor().RowsHeld(), 600u);  // never the whole result
+  EXPECT_LE(ado::Recordset::Internal::CursorOf(*rs).RowsHeld(), 600u);  // never the whole result
   try {
     rs->MoveNext();
     FAIL() << "MoveNext at EOF must raise";
@@ -70,7 +71,7 @@ TEST_P(RecordsetTest, ScrollableCursorMovesBothWaysAndCounts) {
   rs->MoveNext();
   rs->MoveNext();
   EXPECT_EQ(id->Value().Get<int32_t>(), 2);
-  EXPECT_EQ(rs->Cursor().RowsHeld(), 256u);  // only what was read so far
+  EXPECT_EQ(ado::Recordset::Internal::CursorOf(*rs).RowsHeld(), 256u);  // only what was read so far
   EXPECT_EQ(rs->RecordCount(), 300);
   EXPECT_EQ(id->Value().Get<int32_t>(), 2);  // counting does not move
   rs->MoveLast();

@@ -33,19 +33,27 @@ struct Include {
   std::string target;  // as written between the quotes or brackets
 };
 
-std::vector<Include> IncludesUnder(const fs::path& folder) {
+void AddIncludesOf(const fs::path& file, std::vector<Include>& found) {
   static const std::regex kInclude(R"(^\s*#\s*include\s*[<"]([^>"]+)[>"])");
+  std::ifstream in(file);
+  std::string text;
+  for (int n = 1; std::getline(in, text); ++n) {
+    std::smatch m;
+    if (std::regex_search(text, m, kInclude)) found.push_back({file, n, m[1]});
+  }
+}
+
+// The includes of every source and header under `folder` (or of the file itself).
+std::vector<Include> IncludesUnder(const fs::path& folder) {
   std::vector<Include> found;
   if (!fs::exists(folder)) return found;
+  if (fs::is_regular_file(folder)) {
+    AddIncludesOf(folder, found);
+    return found;
+  }
   for (const auto& entry : fs::recursive_directory_iterator(folder)) {
     const auto ext = entry.path().extension();
-    if (!entry.is_regular_file() || (ext != ".cpp" && ext != ".hpp")) continue;
-    std::ifstream in(entry.path());
-    std::string text;
-    for (int n = 1; std::getline(in, text); ++n) {
-      std::smatch m;
-      if (std::regex_search(text, m, kInclude)) found.push_back({entry.path(), n, m[1]});
-    }
+    if (entry.is_regular_file() && (ext == ".cpp" || ext == ".hpp")) AddIncludesOf(entry.path(), found);
   }
   return found;
 }
@@ -89,6 +97,49 @@ TEST(Layering, OnlyTheOdbcLayerIncludesOdbcHeaders) {
       EXPECT_FALSE(odbcHeader && !inOdbcLayer) << inc.file.string() << ":" << inc.line << " includes " << inc.target;
     }
   }
+}
+
+// The ODBC layer and the dialects under it know nothing of the object model
+// above them: of the data-access layer they include only each other, the
+// types (DataTypeEnum and error numbers), and the plain data they share
+// with it (rows and columns, diagnostics, connection strings, value text).
+TEST(Layering, TheOdbcLayerDependsOnNothingAboveIt) {
+  const fs::path root = VELMORA_SOURCE_DIR;
+  const std::vector<std::string> allowed{"ado/odbc/", "ado/dialect/", "ado/cursor.hpp", "ado/error_map.hpp",
+                                         "ado/connection_string.hpp", "ado/values.hpp", "velmora/ado/types.hpp"};
+  std::vector<fs::path> files;
+  for (const auto& folder : {root / "src" / "ado" / "odbc", root / "src" / "ado" / "dialect"}) files.push_back(folder);
+  for (const char* shared : {"cursor.hpp", "error_map.hpp", "connection_string.hpp", "values.hpp"}) {
+    files.push_back(root / "src" / "ado" / shared);
+  }
+  size_t checked = 0;
+  for (const fs::path& base : files) {
+    for (const Include& inc : IncludesUnder(base)) {
+      if (LayerOf(inc.target) != "ado") continue;
+      ++checked;
+      const bool ok = std::any_of(allowed.begin(), allowed.end(),
+                                  [&](const std::string& a) { return inc.target.rfind(a, 0) == 0; });
+      EXPECT_TRUE(ok) << inc.file.string() << ":" << inc.line << " includes " << inc.target;
+    }
+  }
+  EXPECT_GT(checked, 20u);
+}
+
+// Public headers show the objects, not how the library wires them: no
+// internal namespace appears in them.
+TEST(Layering, PublicHeadersHoldNoInternalPlumbing) {
+  const fs::path root = VELMORA_SOURCE_DIR;
+  size_t headers = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(root / "include" / "velmora")) {
+    if (!entry.is_regular_file() || entry.path().extension() != ".hpp") continue;
+    ++headers;
+    std::ifstream in(entry.path());
+    std::string text;
+    for (int n = 1; std::getline(in, text); ++n) {
+      EXPECT_EQ(text.find("detail"), std::string::npos) << entry.path().string() << ":" << n << ": " << text;
+    }
+  }
+  EXPECT_GT(headers, 20u);
 }
 
 }  // namespace

@@ -15,13 +15,6 @@ namespace velmora::ado {
 class Recordset;
 using RecordsetPtr = std::shared_ptr<Recordset>;
 
-namespace detail {
-class Session;
-}
-
-// The engine behind an open connection; the library adapts SQL and settings to it.
-enum class Engine { SQLite, PostgreSQL, Other };
-
 class Connection : public com::Object {
  public:
   Connection();
@@ -69,8 +62,9 @@ class Connection : public com::Object {
   RecordsetPtr OpenSchema(int32_t schema, const com::Variant& criteria = com::Missing,
                           const com::Variant& schemaID = com::Missing);
 
-  // The engine of the open connection (raises when closed).
-  ado::Engine Engine() const;
+  // The name the engine gives itself ("SQLite", "PostgreSQL"); raises
+  // when the connection is closed. The library adapts SQL and settings to it.
+  std::string DbmsName() const;
   // Whether statements are rewritten from the bracketed, TOP n dialect into
   // the engine's own SQL (default true).
   bool DialectRewriting() const noexcept { return dialectRewriting_; }
@@ -78,15 +72,18 @@ class Connection : public com::Object {
   // The statement as it is sent to the engine (rewritten when rewriting is on).
   std::string TranslateSql(const std::string& sql) const;
 
-  // The ODBC session (for the Recordsets of this connection).
-  std::shared_ptr<detail::Session> Session() const;
+  // How the library's own objects reach the open session (defined inside
+  // the library only).
+  class Internal;
 
  private:
-  std::shared_ptr<detail::Session> OpenSession(const std::string& connectionString);
+  struct Link;
+  std::unique_ptr<Link> Connect(const std::string& connectionString);
+  const Link& RequireLink(const char* what) const;
   [[noreturn]] void RaiseClosed(const char* what) const;
   [[noreturn]] void Fail(int32_t number, const std::string& what) const;
 
-  std::shared_ptr<detail::Session> session_;
+  std::unique_ptr<Link> link_;  // null while closed
   ErrorsPtr errors_;
   com::Variant connectionString_ = com::Null;
   int32_t commandTimeout_ = 30;

@@ -17,23 +17,15 @@
 
 namespace velmora::ado {
 
-namespace detail {
-class Cursor;
-class RecordEditor;
-struct ColumnInfo;
-}  // namespace detail
-
 // AffectEnum.
 inline constexpr int32_t adAffectCurrent = 1;
 inline constexpr int32_t adAffectGroup = 2;
 inline constexpr int32_t adAffectAll = 3;
 
+// A column of a recordset. Field objects come from Fields: the columns of
+// an open recordset, or fields appended to the Fields of a closed one.
 class Field : public com::Object {
  public:
-  // Use Fields to obtain Field objects; a Field is bound to one column.
-  Field(const detail::Cursor* cursor, detail::RecordEditor* editor, int32_t ordinal);
-  // A field appended to the Fields of a closed recordset (a fabricated one).
-  explicit Field(const detail::ColumnInfo& definition);
   ~Field() override;
 
   std::string Name() const;
@@ -66,20 +58,14 @@ class Field : public com::Object {
   // continuing where the previous call on the same row stopped; Null at the end.
   com::Variant GetChunk(int32_t length);
 
-  // Binds the field to an open recordset's column, or detaches it (later
-  // access raises).
-  void Attach(const detail::Cursor* cursor, detail::RecordEditor* editor, int32_t ordinal) noexcept;
-  void Detach() noexcept;
+  // How the library binds fields to columns (defined inside the library only).
+  class Internal;
 
  private:
-  const detail::ColumnInfo& Info() const;
-  const detail::Cursor& Bound() const;
-  detail::RecordEditor& Editor() const;
-
-  const detail::Cursor* cursor_ = nullptr;
-  detail::RecordEditor* editor_ = nullptr;
-  std::unique_ptr<detail::ColumnInfo> definition_;  // appended fields
-  int32_t ordinal_ = 0;
+  Field();
+  // The column the field reads and the edit it writes to.
+  struct Binding;
+  std::unique_ptr<Binding> binding_;
   int64_t chunkRow_ = -1;
   size_t chunkOffset_ = 0;
 };
@@ -104,14 +90,9 @@ class Fields : public com::Object {
   // types get adFldLong. A name already present raises 3367.
   void Append(const std::string& name, int32_t type, int32_t definedSize = 0,
               int32_t attrib = adFldUnspecified, const com::Variant& fieldValue = com::Missing);
-  // The definitions appended so far.
-  std::vector<detail::ColumnInfo> Definitions() const;
-
-  // Used by Recordset when it opens and closes.
-  // keepAppended: the columns are the appended fields (a fabricated recordset).
-  void Bind(const detail::Cursor* cursor, detail::RecordEditor* editor, int32_t count, bool keepAppended);
-  void Unbind() noexcept;
-  void SetOpen(bool open) noexcept { open_ = open; }
+  // How a recordset binds its fields when it opens and closes (defined
+  // inside the library only).
+  class Internal;
 
  private:
   std::vector<FieldPtr> items_;
@@ -183,24 +164,23 @@ class Recordset : public com::Object {
   int32_t CacheSize() const noexcept { return cacheSize_; }
   void CacheSize(int32_t rows);
 
-  // Opens this recordset on a cursor built by the library (schema rowsets,
-  // statements run by Connection.Execute).
-  void OpenOn(std::unique_ptr<detail::Cursor> cursor, ConnectionPtr connection, std::string source,
-              int32_t cursorType, int32_t lockType);
-  // The cursor under the recordset (raises adErrObjectClosed when closed).
-  detail::Cursor& Cursor() const;
+  // How the library opens recordsets on its own cursors (schema rowsets,
+  // statements run by Connection.Execute); defined inside the library only.
+  class Internal;
 
  private:
-  void RequireOpen(const char* what) const;
-  void RequireCurrent(const char* what) const;
-  void RequireScrollable(const char* what) const;
+  // The cursor and the editor of an open recordset.
+  struct Opened;
+  // The open state; raises adErrObjectClosed naming `what` when closed.
+  Opened& RequireOpen(const char* what) const;
+  Opened& RequireCurrent(const char* what) const;
+  Opened& RequireScrollable(const char* what) const;
   void OpenFabricated(int32_t lockType);
   // Saves an edit in progress before the cursor moves.
   void LeaveRow();
   void SetFieldValues(const com::Variant& fields, const com::Variant& values);
 
-  std::unique_ptr<detail::Cursor> cursor_;
-  std::unique_ptr<detail::RecordEditor> editor_;
+  std::unique_ptr<Opened> open_;  // null while closed
   FieldsPtr fields_;
   ConnectionPtr connection_;
   std::string source_;

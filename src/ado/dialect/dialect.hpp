@@ -9,14 +9,14 @@
 #include <vector>
 
 #include "ado/connection_string.hpp"
-#include "velmora/ado/connection.hpp"
+#include "ado/dialect/engine.hpp"
 
 namespace velmora::ado::dialect {
 
 class Dialect {
  public:
   virtual ~Dialect() = default;
-  // The engine, as Connection::Engine() reports it.
+  // The engine this dialect speaks for.
   virtual Engine Kind() const noexcept = 0;
 
   // ---- Connecting

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "velmora/ado/connection.hpp"
+#include "ado/dialect/engine.hpp"
 
 namespace velmora::ado::dialect {
 

@@ -197,8 +197,9 @@ struct OdbcResult::Binding {
   size_t elementBytes = 0;  // 0: not bound
 };
 
-void Fail(SQLSMALLINT kind, SQLHANDLE handle, bool wide, Errors* errors, const std::string& what) {
-  detail::RaiseProvider(errors, what, ReadDiagnostics(kind, handle, wide));
+void Fail(SQLSMALLINT kind, SQLHANDLE handle, bool wide, detail::DiagnosticsListener* listener,
+          const std::string& what) {
+  detail::RaiseProvider(listener, what, ReadDiagnostics(kind, handle, wide));
 }
 
 OdbcResult::OdbcResult(std::shared_ptr<void> keepAlive, StmtHandle stmt, ResultOptions options,
@@ -259,7 +260,7 @@ size_t OdbcResult::FetchSettled(std::vector<detail::Row>& rows, size_t first, si
 }
 
 void OdbcResult::Fail(const std::string& what) {
-  odbc::Fail(SQL_HANDLE_STMT, stmt_.Get(), options_.wide, options_.errors,
+  odbc::Fail(SQL_HANDLE_STMT, stmt_.Get(), options_.wide, options_.listener,
              options_.watch ? options_.watch->Explain(what) : what);
 }
 

@@ -10,7 +10,6 @@
 #include "ado/odbc/api.hpp"
 #include "ado/odbc/call_watch.hpp"
 #include "ado/odbc/stream_slot.hpp"
-#include "velmora/ado/connection.hpp"
 
 namespace velmora::ado::dialect {
 class Dialect;
@@ -46,7 +45,7 @@ struct ResultOptions {
   bool wide = false;          // text as UTF-16 (SQL_C_WCHAR)
   bool blockReads = false;    // the driver can SQLGetData inside a block
   bool bindSingleRows = false;  // the driver can SQLGetData a bound column
-  Errors* errors = nullptr;
+  detail::DiagnosticsListener* listener = nullptr;
   StreamSlot* stream = nullptr;  // set when the driver may step through the result
   const CallWatch* watch = nullptr;  // bounds the waits of fetches
   int32_t timeoutSeconds = 0;        // how long one fetch may wait (0: no limit)
@@ -102,6 +101,7 @@ class OdbcResult : public detail::RowSource, private StreamedRows {
 };
 
 // Raises from the diagnostics of `handle`.
-[[noreturn]] void Fail(SQLSMALLINT kind, SQLHANDLE handle, bool wide, Errors* errors, const std::string& what);
+[[noreturn]] void Fail(SQLSMALLINT kind, SQLHANDLE handle, bool wide, detail::DiagnosticsListener* listener,
+                       const std::string& what);
 
 }  // namespace velmora::ado::odbc

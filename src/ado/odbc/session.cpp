@@ -10,7 +10,6 @@
 #include "ado/odbc/params.hpp"
 #include "ado/odbc/result.hpp"
 #include "ado/odbc/stream_slot.hpp"
-#include "ado/table_key.hpp"
 #include "ado/values.hpp"
 #include "com/utf.hpp"
 #include "velmora/com/conversions.hpp"
@@ -27,7 +26,7 @@ constexpr int32_t kHousekeepingSeconds = 30;
 struct Session::Impl {
   odbc::EnvHandle env;
   odbc::DbcHandle dbc;
-  const dialect::Dialect* dialect = &dialect::ForEngine(Engine::Other);
+  const dialect::Dialect* dialect = &dialect::ForEngine(dialect::Engine::Other);
   bool wide = false;
   bool blockReads = false;
   bool bindSingleRows = false;
@@ -35,13 +34,13 @@ struct Session::Impl {
   Tx transaction = Tx::None;
   bool stepMode = false;  // the SQLite driver can step through query results
   odbc::StreamSlot stream;
-  ErrorsPtr errors;
+  std::shared_ptr<DiagnosticsListener> listener;
   std::string dbmsName;
-  TableKeyCache keys;
+  uint64_t definitionsVersion = 0;
   odbc::CallWatch watch;
 
   [[noreturn]] void FailDbc(const std::string& what) const {
-    odbc::Fail(SQL_HANDLE_DBC, dbc.Get(), wide, errors.get(), Explained(what));
+    odbc::Fail(SQL_HANDLE_DBC, dbc.Get(), wide, listener.get(), Explained(what));
   }
   std::string Explained(const std::string& what) const { return watch.Explain(what); }
   // Ends the open transaction, the wait bounded by the watch.
@@ -51,7 +50,7 @@ struct Session::Impl {
   }
   // Raises at once on a connection whose link the watch cut.
   void RequireLink(const std::string& what) const {
-    if (watch.LinkCut()) RaiseProvider(errors.get(), Explained(what), {});
+    if (watch.LinkCut()) RaiseProvider(listener.get(), Explained(what), {});
   }
   std::string InfoText(SQLUSMALLINT info) const {
     char buffer[256] = {};
@@ -78,7 +77,7 @@ struct Session::Impl {
     SQLSMALLINT columns = 0;
     SQLNumResultCols(stmt.Get(), &columns);
     if (columns > 0) {
-      odbc::ResultOptions options{dialect, wide, blockReads, bindSingleRows, errors.get(), streamSlot, &watch,
+      odbc::ResultOptions options{dialect, wide, blockReads, bindSingleRows, listener.get(), streamSlot, &watch,
                                   timeoutSeconds};
       outcome.rows = std::make_unique<odbc::OdbcResult>(std::move(self), std::move(stmt), options, std::move(run));
       return outcome;
@@ -95,7 +94,7 @@ namespace {
 // where errors go, the watch over its wait and its time limit.
 struct RunContext {
   bool wide;
-  Errors* errors;
+  DiagnosticsListener* listener;
   const odbc::CallWatch* watch;
   int32_t timeoutSeconds;
   std::string what;
@@ -109,7 +108,7 @@ struct RunContext {
       rc = call(h.Get());
     }
     if (SQL_SUCCEEDED(rc) || rc == SQL_NO_DATA) return;
-    odbc::Fail(SQL_HANDLE_STMT, h.Get(), wide, errors, watch->Explain(what));
+    odbc::Fail(SQL_HANDLE_STMT, h.Get(), wide, listener, watch->Explain(what));
   }
 };
 
@@ -215,17 +214,18 @@ Session::~Session() {
   }
 }
 
-std::shared_ptr<Session> Session::Connect(const OdbcTarget& target, int32_t loginTimeout, ErrorsPtr errors) {
+std::shared_ptr<Session> Session::Connect(const OdbcTarget& target, int32_t loginTimeout,
+                                          std::shared_ptr<DiagnosticsListener> listener) {
   std::shared_ptr<Session> session(new Session());
   Impl& s = *session->impl_;
-  s.errors = std::move(errors);
+  s.listener = std::move(listener);
   SQLRETURN rc = SQL_ERROR;
   s.env = odbc::EnvHandle::Allocate(SQL_NULL_HANDLE, rc);
-  if (!s.env) RaiseProvider(s.errors.get(), "Connection.Open failed: no ODBC environment", {});
+  if (!s.env) RaiseProvider(s.listener.get(), "Connection.Open failed: no ODBC environment", {});
   SQLSetEnvAttr(s.env.Get(), SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
   s.dbc = odbc::DbcHandle::Allocate(s.env.Get(), rc);
   if (!s.dbc) {
-    RaiseProvider(s.errors.get(), "Connection.Open failed", odbc::ReadDiagnostics(s.env, false));
+    RaiseProvider(s.listener.get(), "Connection.Open failed", odbc::ReadDiagnostics(s.env, false));
   }
   SQLSetConnectAttr(s.dbc.Get(), SQL_ATTR_LOGIN_TIMEOUT,
                     reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(std::max(loginTimeout, 0))), 0);
@@ -239,12 +239,13 @@ std::shared_ptr<Session> Session::Connect(const OdbcTarget& target, int32_t logi
   if (!SQL_SUCCEEDED(rc)) {
     auto diags = odbc::ReadDiagnostics(s.dbc, false);
     s.dbc.Reset();
-    RaiseProvider(s.errors.get(), "Connection.Open failed", diags);
+    RaiseProvider(s.listener.get(), "Connection.Open failed", diags);
   }
   s.dbmsName = s.InfoText(SQL_DBMS_NAME);
   // The one place that picks the engine's dialect: from the driver's name,
   // else from the DBMS name the driver reports.
-  s.dialect = &dialect::ForEngine(target.engine != Engine::Other ? target.engine : dialect::EngineOfDriver(s.dbmsName));
+  s.dialect = &dialect::ForEngine(target.engine != dialect::Engine::Other ? target.engine
+                                                                         : dialect::EngineOfDriver(s.dbmsName));
   s.wide = !s.dialect->NarrowText();
   s.stepMode = s.dialect->StepsThroughResults(reinterpret_cast<const char*>(completed));
   if (s.dialect->CursorsEndWithTransactions()) {
@@ -269,18 +270,16 @@ void Session::PrepareServerSession() {
   std::vector<Row> rows(1);
   if (!outcome.rows || outcome.rows->Fetch(rows, 0, 1) != 1) return;
   const Row& row = rows[0];
-  if (com::CStr(row.at(0)) != "on") RaiseProvider(impl_->errors.get(), "The server keeps backslash escapes in literals", {});
+  if (com::CStr(row.at(0)) != "on") RaiseProvider(impl_->listener.get(), "The server keeps backslash escapes in literals", {});
   if (row.at(1).IsNull() || row.at(2).IsNull()) return;  // a local socket: no port to find it by
   impl_->watch.AttachSocket(com::CLng(row.at(1)), com::CLng(row.at(2)));
 }
 
-Engine Session::EngineKind() const noexcept { return impl_->dialect->Kind(); }
 const dialect::Dialect& Session::Dialect() const noexcept { return *impl_->dialect; }
-Errors* Session::ErrorSink() const noexcept { return impl_->errors.get(); }
 std::string Session::DbmsName() const { return impl_->dbmsName; }
 bool Session::InTransaction() const noexcept { return impl_->transaction != Impl::Tx::None; }
 bool Session::InCallerTransaction() const noexcept { return impl_->transaction == Impl::Tx::Caller; }
-Session::TableKeyCache& Session::KeyCache() { return impl_->keys; }
+uint64_t Session::DefinitionsVersion() const noexcept { return impl_->definitionsVersion; }
 
 Session::Outcome Session::Execute(const std::string& sql, int32_t timeoutSeconds, const std::string& what) {
   return Execute(sql, {}, timeoutSeconds, what);
@@ -301,13 +300,13 @@ Session::Outcome Session::Execute(const std::string& sql, const std::vector<Para
   com::detail::RequireEngineText(sql, what + ": the statement text");
   const bool plainQuery = dialect::IsPlainQuery(sql);
   if (impl_->stepMode && !plainQuery) impl_->stream.Settle();
-  if (!plainQuery && ChangesDefinitions(sql)) impl_->keys.byTable.clear();
+  if (!plainQuery && ChangesDefinitions(sql)) ++impl_->definitionsVersion;
   if (!plainQuery && !impl_->dialect->WriteStatementPrefix().empty()) {
     return ExecuteOnce(std::string(impl_->dialect->WriteStatementPrefix()) + sql, params, timeoutSeconds, what);
   }
   if (impl_->stepMode && plainQuery && params.empty()) {
     odbc::StmtHandle stmt = impl_->NewStatement(timeoutSeconds);
-    const RunContext context{impl_->wide, impl_->errors.get(), &impl_->watch, timeoutSeconds, what};
+    const RunContext context{impl_->wide, impl_->listener.get(), &impl_->watch, timeoutSeconds, what};
     // Step mode belongs to the SQLite driver, which is given narrow text.
     context.Run(stmt, [&sql](SQLHSTMT h) {
       return SQLPrepare(h, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.data())),
@@ -347,7 +346,7 @@ Session::Outcome Session::ExecuteOnce(const std::string& sql, const std::vector<
     SQLSetStmtAttr(stmt.Get(), SQL_ATTR_CURSOR_TYPE, reinterpret_cast<SQLPOINTER>(SQL_CURSOR_STATIC), 0);
   }
   auto bound = std::make_shared<odbc::BoundParams>(params, *impl_->dialect, wide, what);
-  const RunContext context{wide, impl_->errors.get(), &impl_->watch, timeoutSeconds, what};
+  const RunContext context{wide, impl_->listener.get(), &impl_->watch, timeoutSeconds, what};
   auto run = [sql, wide, context, bound](odbc::StmtHandle& h) {
     context.Run(h, [&](SQLHSTMT s) {
       const SQLRETURN rc = bound->BindTo(s);
@@ -362,16 +361,17 @@ Session::Outcome Session::ExecuteOnce(const std::string& sql, const std::vector<
 std::unique_ptr<RowSource> Session::Catalog(CatalogCall call, const std::vector<std::optional<std::string>>& args) {
   odbc::StmtHandle stmt = impl_->NewStatement();
   const bool wide = impl_->wide;
-  Errors* errors = impl_->errors.get();
-  auto run = [call, args, wide, errors](odbc::StmtHandle& h) {
+  DiagnosticsListener* listener = impl_->listener.get();
+  auto run = [call, args, wide, listener](odbc::StmtHandle& h) {
     CatalogArgs a(args, wide);
     if (!SQL_SUCCEEDED(CallCatalog(h.Get(), call, a))) {
-      odbc::Fail(SQL_HANDLE_STMT, h.Get(), wide, errors, "Connection.OpenSchema failed");
+      odbc::Fail(SQL_HANDLE_STMT, h.Get(), wide, listener, "Connection.OpenSchema failed");
     }
   };
   run(stmt);
   // Catalog results are read by position, one row at a time.
-  odbc::ResultOptions options{impl_->dialect, wide, false, false, errors, nullptr, &impl_->watch, kHousekeepingSeconds};
+  odbc::ResultOptions options{impl_->dialect, wide, false, false, listener, nullptr, &impl_->watch,
+                              kHousekeepingSeconds};
   return std::make_unique<odbc::OdbcResult>(shared_from_this(), std::move(stmt), options, run);
 }
 
@@ -416,7 +416,7 @@ void Session::EndTransaction(bool commit, int32_t timeoutSeconds) {
   if (!SQL_SUCCEEDED(rc)) {
     const std::string what = commit ? "Connection.CommitTrans failed; the transaction was rolled back"
                                     : "Connection.RollbackTrans failed";
-    RaiseProvider(impl_->errors.get(), impl_->Explained(what + " and automatic commit is on again"), diags);
+    RaiseProvider(impl_->listener.get(), impl_->Explained(what + " and automatic commit is on again"), diags);
   }
   if (!SQL_SUCCEEDED(restored)) impl_->FailDbc("Restoring automatic commit failed");
 }

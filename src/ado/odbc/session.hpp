@@ -9,8 +9,7 @@
 
 #include "ado/connection_string.hpp"
 #include "ado/cursor.hpp"
-#include "velmora/ado/connection.hpp"
-#include "velmora/ado/errors.hpp"
+#include "ado/error_map.hpp"
 #include "velmora/com/variant.hpp"
 
 namespace velmora::ado::dialect {
@@ -27,17 +26,21 @@ enum class CatalogCall { Tables, Columns, Statistics, PrimaryKeys };
 
 class Session : public std::enable_shared_from_this<Session> {
  public:
-  // Connects; a failure fills `errors` and raises.
-  static std::shared_ptr<Session> Connect(const OdbcTarget& target, int32_t loginTimeout, ErrorsPtr errors);
+  // Connects. Every provider error of the session, this one's included, is
+  // told to `listener` before it is raised.
+  static std::shared_ptr<Session> Connect(const OdbcTarget& target, int32_t loginTimeout,
+                                          std::shared_ptr<DiagnosticsListener> listener);
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  Engine EngineKind() const noexcept;
   // Every engine-specific answer, chosen when the session connected.
   const dialect::Dialect& Dialect() const noexcept;
-  Errors* ErrorSink() const noexcept;
   std::string DbmsName() const;
+  // Counts the statements run that may have changed what the catalogue
+  // says of a table (CREATE, ALTER, DROP): caches of catalogue facts
+  // compare it with the count they were filled at.
+  uint64_t DefinitionsVersion() const noexcept;
 
   // Runs `sql`; the rows when it returns a result set (nullptr otherwise).
   struct Outcome {
@@ -78,10 +81,6 @@ class Session : public std::enable_shared_from_this<Session> {
   // then the edit works inside it, under a savepoint).
   void BeginEditTransaction();
   void EndEditTransaction(bool commit);
-
-  // Keys of base tables found by editing, cached for the session's life.
-  struct TableKeyCache;
-  TableKeyCache& KeyCache();
 
   struct Impl;
 
