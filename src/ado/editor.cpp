@@ -271,14 +271,14 @@ void RecordEditor::AddNew() {
   mode_ = Mode::Add;
 }
 
-void RecordEditor::WritePending(const Pending& change, EditTransaction& tx) {
+void RecordEditor::WritePending(const RowImage& change, EditTransaction& tx) {
   RowWriter writer = Writer();
-  if (change.mode == Mode::Add) {
+  if (change.status == RowStatus::Added) {
     writer.Insert(change.values, change.changed, tx);
     return;
   }
   const RowLocator where = writer.Locate(change.original, tx);
-  if (change.mode == Mode::Edit) writer.Update(where, change.values, change.changed);
+  if (change.status == RowStatus::Modified) writer.Update(where, change.values, change.changed);
   else writer.Delete(where);
 }
 
@@ -290,7 +290,8 @@ void RecordEditor::Update() {
     else ClearEditState();
     return;
   }
-  Pending change{mode_, original_, cursor_.Current(), changed_};
+  RowImage change{mode_ == Mode::Add ? RowStatus::Added : RowStatus::Modified,
+                  mode_ == Mode::Add ? Row() : original_, cursor_.Current(), changed_};
   if (lockType_ == adLockBatchOptimistic) {
     pending_.push_back(std::move(change));
     ClearEditState();
@@ -334,7 +335,7 @@ void RecordEditor::Delete() {
   CancelUpdate();
   if (!cursor_.HasCurrent()) RaiseAdo(adErrNoCurrentRecord, kRecordsetSource, "Delete");
   if (!InMemory()) {
-    Pending change{Mode::None, cursor_.Current(), {}, {}};
+    RowImage change{RowStatus::Deleted, cursor_.Current(), {}, {}};
     if (lockType_ == adLockBatchOptimistic) {
       pending_.push_back(std::move(change));
     } else {
@@ -352,7 +353,7 @@ void RecordEditor::UpdateBatch() {
   if (InMemory() || pending_.empty()) return;
   // All or nothing: one conflict undoes the whole batch, which stays pending.
   EditTransaction tx(*session_);
-  for (const Pending& change : pending_) WritePending(change, tx);
+  for (const RowImage& change : pending_) WritePending(change, tx);
   tx.Commit();
   pending_.clear();
 }
@@ -364,6 +365,22 @@ void RecordEditor::BeforeMove() {
     return;
   }
   Update();
+}
+
+void RecordEditor::RestorePendingChanges(std::vector<RowImage> changes) {
+  if (InMemory() || lockType_ != adLockBatchOptimistic) {
+    RaiseAdo(adErrIllegalOperation, kRecordsetSource, "pending changes belong to a batch recordset (lock type 4)");
+  }
+  const size_t width = columns_.size();
+  for (const RowImage& c : changes) {
+    const bool added = c.status == RowStatus::Added;
+    const bool deleted = c.status == RowStatus::Deleted;
+    const bool fits = (added ? c.original.empty() : c.original.size() == width) &&
+                      (deleted ? c.values.empty() && c.changed.empty()
+                               : c.values.size() == width && c.changed.size() == width);
+    if (!fits) RaiseAdo(adErrInvalidArgument, kRecordsetSource, "a pending change does not match the columns");
+  }
+  pending_ = std::move(changes);
 }
 
 void RecordEditor::Discard() noexcept {

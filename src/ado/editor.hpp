@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "ado/cursor.hpp"
+#include "ado/row_image.hpp"
 #include "ado/row_writer.hpp"
 
 namespace velmora::ado::detail {
@@ -47,16 +48,15 @@ class RecordEditor {
   // Drops an edit in progress and its transaction (the recordset closes).
   void Discard() noexcept;
 
+  // The changes a batch recordset keeps for UpdateBatch, in the order made.
+  const std::vector<RowImage>& PendingChanges() const noexcept { return pending_; }
+  // Replaces them (a batch recordset rebuilt from a file): raises
+  // adErrIllegalOperation on other lock types and adErrInvalidArgument when
+  // an image does not have one value per column.
+  void RestorePendingChanges(std::vector<RowImage> changes);
+
  private:
   enum class Mode { None, Edit, Add };
-  // A change to write: Edit, Add, or None for a deleted row.
-  struct Pending {
-    Mode mode;
-    Row original;
-    Row values;
-    std::vector<bool> changed;
-  };
-
   std::optional<TableRef> SingleBaseTable(std::string& problem) const;
   std::vector<int> KeyOrdinals(const TableKey& key) const;
   void MarkFromCatalogue(const TableKey& key);
@@ -64,7 +64,7 @@ class RecordEditor {
   void RequireWritable() const;
   void BeginEdit();
   void ClearEditState();
-  void WritePending(const Pending& change, EditTransaction& tx);
+  void WritePending(const RowImage& change, EditTransaction& tx);
   RowWriter Writer();
   bool InMemory() const noexcept { return !session_; }
 
@@ -86,7 +86,7 @@ class RecordEditor {
   Cursor::Mark beforeAdd_{};
   std::unique_ptr<EditTransaction> lockTx_;  // pessimistic: held from the first change to Update
   std::optional<RowLocator> locked_;
-  std::vector<Pending> pending_;
+  std::vector<RowImage> pending_;
 };
 
 // The value as the column stores it (ADO converts on assignment): numbers

@@ -75,6 +75,14 @@ detail::Cursor& Recordset::Internal::CursorOf(const Recordset& recordset) {
   return *recordset.RequireOpen("Cursor").cursor;
 }
 
+const std::vector<detail::RowImage>& Recordset::Internal::PendingChanges(const Recordset& recordset) {
+  return recordset.RequireOpen("PendingChanges").editor->PendingChanges();
+}
+
+void Recordset::Internal::RestorePendingChanges(Recordset& recordset, std::vector<detail::RowImage> changes) {
+  recordset.RequireOpen("RestorePendingChanges").editor->RestorePendingChanges(std::move(changes));
+}
+
 void Recordset::Internal::OpenOn(Recordset& rs, std::unique_ptr<detail::Cursor> cursor, ConnectionPtr connection,
                                  std::string source, int32_t cursorType, int32_t lockType) {
   auto opened = std::make_unique<Opened>();

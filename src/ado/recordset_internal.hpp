@@ -62,6 +62,10 @@ class Recordset::Internal {
                      std::string source, int32_t cursorType, int32_t lockType);
   // The cursor under the recordset (raises adErrObjectClosed when closed).
   static detail::Cursor& CursorOf(const Recordset& recordset);
+  // The changes a batch recordset keeps for UpdateBatch, and their
+  // replacement (a recordset rebuilt from a file).
+  static const std::vector<detail::RowImage>& PendingChanges(const Recordset& recordset);
+  static void RestorePendingChanges(Recordset& recordset, std::vector<detail::RowImage> changes);
 };
 
 }  // namespace velmora::ado
