@@ -163,21 +163,19 @@ void RecordEditor::ResolveBaseTable() {
 }
 
 // A read-only result consults the catalogue only when its attributes are
-// read, so that opening it costs no catalogue queries.
-int32_t RecordEditor::Attributes(int ordinal) {
-  if (!catalogued_ && !InMemory()) {
-    // One attempt per result: attributes are read once per value by the
-    // field routines, so a result without a single base table, or whose
-    // catalogue cannot be read now (the connection's transaction failed,
-    // say), keeps the driver's description instead of asking again.
-    catalogued_ = true;
-    std::string problem;
-    try {
-      if (const std::optional<TableRef> ref = SingleBaseTable(problem)) MarkFromCatalogue(keys_->Find(*session_, *ref));
-    } catch (const com::Error&) {
-    }
+// first read, so that opening it costs no catalogue queries. One attempt
+// per result: attributes are read once per value by the field routines, so
+// a result without a single base table, or whose catalogue cannot be read
+// now (the connection's transaction failed, say), keeps the driver's
+// description instead of asking again.
+void RecordEditor::ApplyCatalogue() {
+  catalogued_ = true;
+  if (InMemory()) return;
+  std::string problem;
+  try {
+    if (const std::optional<TableRef> ref = SingleBaseTable(problem)) MarkFromCatalogue(keys_->Find(*session_, *ref));
+  } catch (const com::Error&) {
   }
-  return columns_[static_cast<size_t>(ordinal)].attributes;
 }
 
 int32_t RecordEditor::EditMode() const noexcept {

@@ -31,8 +31,12 @@ class RecordEditor {
   const std::vector<ColumnInfo>& Columns() const noexcept { return columns_; }
   int32_t EditMode() const noexcept;
   // The column's attributes, with what the table's catalogue adds (key
-  // columns, NOT NULL) when the result reads one table.
-  int32_t Attributes(int ordinal);
+  // columns, NOT NULL) when the result reads one table. Read once per value
+  // by the field routines: inline once the catalogue was consulted.
+  int32_t Attributes(int ordinal) {
+    if (!catalogued_) ApplyCatalogue();
+    return columns_[static_cast<size_t>(ordinal)].attributes;
+  }
 
   void SetValue(int ordinal, const com::Variant& value);
   void AppendChunk(int ordinal, const com::Variant& chunk);
@@ -60,6 +64,7 @@ class RecordEditor {
   std::optional<TableRef> SingleBaseTable(std::string& problem) const;
   std::vector<int> KeyOrdinals(const TableKey& key) const;
   void MarkFromCatalogue(const TableKey& key);
+  void ApplyCatalogue();
   void ResolveBaseTable();
   void RequireWritable() const;
   void BeginEdit();
