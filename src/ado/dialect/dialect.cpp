@@ -129,6 +129,10 @@ class PostgresDialect : public Dialect {
   bool TypesColumnsByDeclaredName(std::string_view typeName) const override {
     return com::detail::EqualsIgnoringAsciiCase(typeName, "money");
   }
+  // money and smallmoney columns are created as numeric(19,4) and numeric(10,4).
+  bool NumericIsMoney(int64_t precision, int scale) const override {
+    return scale == 4 && (precision == 19 || precision == 10);
+  }
   // GUIDs bind as uuid; the driver maps only VARBINARY to bytea, whatever
   // its settings.
   int32_t ParameterType(int32_t adoType) const override {

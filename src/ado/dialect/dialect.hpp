@@ -54,6 +54,13 @@ class Dialect {
   // True when a column's declared type name decides its type (exact
   // numbers, blobs, money, 64-bit integers reported as INTEGER).
   virtual bool TypesColumnsByDeclaredName(std::string_view typeName) const;
+  // True when an exact numeric of this precision and scale is how the
+  // engine stores the server's money types (read as Currency).
+  virtual bool NumericIsMoney(int64_t precision, int scale) const {
+    (void)precision;
+    (void)scale;
+    return false;
+  }
   // True when results do not say which columns are NOT NULL and the
   // table's catalogue must be asked.
   virtual bool NotNullFromCatalogue() const noexcept { return false; }

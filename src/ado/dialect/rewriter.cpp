@@ -1,67 +1,16 @@
 #include "ado/dialect/rewriter.hpp"
 
-#include <optional>
-#include <vector>
-
-#include "ado/dialect/tokenizer.hpp"
+#include "ado/dialect/catalogue_views.hpp"
+#include "ado/dialect/ddl_types.hpp"
+#include "ado/dialect/edit.hpp"
 
 namespace velmora::ado::dialect {
 namespace {
 
-bool Significant(const Token& t) { return t.kind != TokenKind::Space && t.kind != TokenKind::Comment; }
-
-// The tokens with, for each, the text that replaces it and text inserted before it.
-class Edit {
- public:
-  explicit Edit(std::vector<Token> tokens) : tokens_(std::move(tokens)), replace_(tokens_.size()), before_(tokens_.size() + 1) {}
-
-  const std::vector<Token>& Tokens() const { return tokens_; }
-  size_t Size() const { return tokens_.size(); }
-  void Replace(size_t i, std::string text) { replace_[i] = std::move(text); }
-  void Remove(size_t from, size_t to) {  // [from, to)
-    for (size_t i = from; i < to; ++i) replace_[i] = std::string();
-  }
-  void InsertBefore(size_t i, const std::string& text) { before_[i] += text; }
-  // The index of the next significant token at or after i (Size() when none).
-  size_t NextSignificant(size_t i) const {
-    while (i < tokens_.size() && !Significant(tokens_[i])) ++i;
-    return i;
-  }
-  bool IsPunct(size_t i, std::string_view p) const {
-    return i < tokens_.size() && tokens_[i].kind == TokenKind::Punct && tokens_[i].text == p;
-  }
-  bool IsWord(size_t i, std::string_view upper) const { return i < tokens_.size() && IsKeyword(tokens_[i], upper); }
-
-  std::string Result() const {
-    std::string out;
-    for (size_t i = 0; i < tokens_.size(); ++i) {
-      out += before_[i];
-      out += replace_[i] ? *replace_[i] : std::string(tokens_[i].text);
-    }
-    out += before_[tokens_.size()];
-    return out;
-  }
-
- private:
-  std::vector<Token> tokens_;
-  std::vector<std::optional<std::string>> replace_;
-  std::vector<std::string> before_;
-};
-
 // [name] -> "name" (PostgreSQL folds unquoted names, so brackets become quotes).
 void BracketsToQuotes(Edit& e) {
   for (size_t i = 0; i < e.Size(); ++i) {
-    const Token& t = e.Tokens()[i];
-    if (t.kind != TokenKind::BracketName) continue;
-    std::string_view inner = t.text.substr(1);
-    if (!inner.empty() && inner.back() == ']') inner.remove_suffix(1);
-    std::string quoted = "\"";
-    for (size_t k = 0; k < inner.size(); ++k) {
-      if (inner[k] == ']' && k + 1 < inner.size() && inner[k + 1] == ']') ++k;
-      if (inner[k] == '"') quoted += '"';
-      quoted += inner[k];
-    }
-    e.Replace(i, quoted + "\"");
+    if (e.Tokens()[i].kind == TokenKind::BracketName && !e.IsEdited(i)) e.Replace(i, QuotedFromBracketed(e.Tokens()[i].text));
   }
 }
 
@@ -147,6 +96,8 @@ std::string Rewrite(std::string_view sql, Engine engine) {
   Edit edit(Tokenize(sql));
   ConvertDatetime(edit, engine);
   TopToLimit(edit);
+  RewriteColumnTypes(edit, engine);
+  ReplaceCatalogueViews(edit, engine);
   if (engine == Engine::PostgreSQL) BracketsToQuotes(edit);
   return edit.Result();
 }

@@ -1,8 +1,8 @@
 #pragma once
-// Rewrites statements written with [bracketed] names, SELECT TOP n and
-// CONVERT(DATETIME, '...', 102) into each engine's own SQL. Each rewrite is
-// a pass over the tokens; the catalogue views of the server dialect will be
-// one more pass here.
+// Rewrites statements written with [bracketed] names, SELECT TOP n,
+// CONVERT(DATETIME, '...', 102), the server's column types and its catalogue
+// views systypes, sysobjects, syscolumns (and OBJECT_ID) into each engine's
+// own SQL. Each rewrite is a pass over the tokens.
 #include <string>
 #include <string_view>
 

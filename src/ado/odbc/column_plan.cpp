@@ -85,6 +85,8 @@ void Integer(ColumnPlan& p, const ColumnDescription& d) {
   }
 }
 
+bool PlanAs(ColumnPlan& p, const ColumnDescription& d, SQLSMALLINT sqlType);
+
 // SQLite integers are 64-bit whatever the declared type. A column the driver
 // types by its first value (an expression such as SUM or COUNT, or a column
 // declared without a type) is reported as "integer" in lower case -- declared
@@ -99,27 +101,37 @@ bool IsSqlite64BitInteger(const ColumnDescription& d) {
 // type name says what the column holds.
 bool PlanByTypeName(ColumnPlan& p, const ColumnDescription& d) {
   const std::string name = Lower(d.typeName);
-  if (IsSqlite64BitInteger(d)) {
-    ColumnDescription asBig = d;
-    asBig.sqlType = SQL_BIGINT;
-    Integer(p, asBig);
-    return true;
-  }
+  if (IsSqlite64BitInteger(d)) return PlanAs(p, d, SQL_BIGINT);
   if (StartsWith(name, "numeric") || StartsWith(name, "decimal")) {
     Numeric(p, d);
     return true;
   }
   if (name == "blob" || name == "image" || name == "longblob" || name == "bytea") {
-    ColumnDescription asLong = d;
-    asLong.sqlType = SQL_LONGVARBINARY;
-    Binary(p, asLong);
+    PlanAs(p, d, SQL_LONGVARBINARY);
     return true;
   }
+  // The server's type names that the driver reports as another type.
+  if (StartsWith(name, "nchar") || StartsWith(name, "char(") || name == "char") return PlanAs(p, d, SQL_WCHAR);
+  if (name == "ntext") return PlanAs(p, d, SQL_WLONGVARCHAR);
+  if (StartsWith(name, "binary")) return PlanAs(p, d, SQL_BINARY);
+  if (name == "real") return PlanAs(p, d, SQL_REAL);
+  if (name == "uniqueidentifier") return PlanAs(p, d, SQL_GUID);
+  if (name == "smalldatetime") return PlanAs(p, d, SQL_TYPE_TIMESTAMP);
   if (StartsWith(name, "money") || StartsWith(name, "currency") || StartsWith(name, "smallmoney")) {
     Currency(p);
     return true;
   }
   return false;
+}
+
+void PlanBySqlType(ColumnPlan& p, const ColumnDescription& d);
+
+// Plans the column as the driver would plan one of `sqlType`.
+bool PlanAs(ColumnPlan& p, const ColumnDescription& d, SQLSMALLINT sqlType) {
+  ColumnDescription as = d;
+  as.sqlType = sqlType;
+  PlanBySqlType(p, as);
+  return true;
 }
 
 void PlanBySqlType(ColumnPlan& p, const ColumnDescription& d) {
@@ -171,6 +183,11 @@ ColumnPlan PlanColumn(const ColumnDescription& d, const dialect::Dialect& dialec
   if (d.nullable != SQL_NO_NULLS) p.info.attributes |= adFldIsNullable | adFldMayBeNull;
   if (d.updatable == SQL_ATTR_WRITE) p.info.attributes |= adFldUpdatable;
   else if (d.updatable == SQL_ATTR_READWRITE_UNKNOWN) p.info.attributes |= adFldUnknownUpdatable;
+  const bool exact = d.sqlType == SQL_NUMERIC || d.sqlType == SQL_DECIMAL;
+  if (exact && dialect.NumericIsMoney(static_cast<int64_t>(d.columnSize), d.decimalDigits)) {
+    Currency(p);
+    return p;
+  }
   const bool byName = dialect.TypesColumnsByDeclaredName(d.typeName) && PlanByTypeName(p, d);
   if (!byName) PlanBySqlType(p, d);
   return p;
