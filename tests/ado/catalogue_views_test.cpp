@@ -13,7 +13,7 @@
 namespace velmora::test {
 namespace {
 
-using ado::Engine;
+using ado::dialect::Engine;
 using ado::dialect::CatalogueViewQuery;
 using ado::dialect::Rewrite;
 

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "ado/dialect/edit.hpp"
-#include "velmora/ado/connection.hpp"
+#include "ado/dialect/engine.hpp"
 
 namespace velmora::ado::dialect {
 
