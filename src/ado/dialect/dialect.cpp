@@ -91,6 +91,7 @@ class SqliteDialect : public Dialect {
   CatalogQuery IndexColumnsQuery(const std::string&, const std::string& table) const override {
     return SqliteIndexColumns(table);
   }
+  bool IsEngineTable(std::string_view name) const override { return name.starts_with("sqlite_"); }
 };
 
 // PostgreSQL through psqlODBC: wide text, results through server cursors,

@@ -93,6 +93,12 @@ class Dialect {
     (void)table;
     return {};
   }
+  // True for a table the engine keeps for itself that its driver lists as
+  // an ordinary one.
+  virtual bool IsEngineTable(std::string_view name) const {
+    (void)name;
+    return false;
+  }
 };
 
 // The dialect of an engine (Other: plain ODBC, SQL as written).
