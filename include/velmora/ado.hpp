@@ -1,6 +1,7 @@
 #pragma once
-// The data-access object model: Connection, Recordset, Fields, Field, Errors
-// and their enumerations.
+// The data-access object model: Connection, Recordset, Fields, Field, Errors,
+// Catalog and their enumerations.
+#include "velmora/ado/catalog.hpp"
 #include "velmora/ado/connection.hpp"
 #include "velmora/ado/errors.hpp"
 #include "velmora/ado/recordset.hpp"

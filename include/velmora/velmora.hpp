@@ -1,6 +1,7 @@
 #pragma once
 // Everything the library offers, in one header.
 #include "velmora/ado.hpp"
+#include "velmora/ado/catalog.hpp"
 #include "velmora/ado/connection.hpp"
 #include "velmora/ado/errors.hpp"
 #include "velmora/ado/recordset.hpp"

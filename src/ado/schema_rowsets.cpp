@@ -293,30 +293,89 @@ Row IndexRow(const Row& x, const std::string& pkName, int32_t nullCollation) {
   return row;
 }
 
+// The engine's own rows for a table's index key columns (nullopt when its
+// dialect has no such query).
+std::optional<std::vector<Row>> EngineIndexRows(Session& s, const TableId& t) {
+  const dialect::CatalogQuery q = s.Dialect().IndexColumnsQuery(t.schema.value_or(""), t.name);
+  if (q.Empty()) return std::nullopt;
+  std::vector<Session::Param> params;
+  for (const std::string& p : q.params) params.push_back({com::Variant(p), adVarWChar});
+  auto outcome = s.Execute(q.sql, params, 0, "OpenSchema");
+  return outcome.rows ? ReadAll(*outcome.rows) : std::vector<Row>{};
+}
+
+Row EngineIndexRow(const Row& x, int32_t nullCollation) {
+  using namespace dialect;
+  Row row(24, com::Null);
+  row[0] = At(x, kIndexTableCatalog);
+  row[1] = At(x, kIndexTableSchema);
+  row[2] = At(x, kIndexTableName);
+  row[3] = At(x, kIndexTableCatalog);
+  row[4] = At(x, kIndexTableSchema);
+  row[5] = At(x, kIndexName);
+  row[6] = IntAt(x, kIndexPrimary).value_or(0) != 0;
+  row[7] = IntAt(x, kIndexUnique).value_or(0) != 0;
+  row[8] = IntAt(x, kIndexClustered).value_or(0) != 0;
+  row[9] = int32_t{1};  // both engines' indexes are B-trees
+  row[12] = static_cast<int32_t>(IntAt(x, kIndexNulls).value_or(0));
+  row[14] = true;
+  if (nullCollation) row[15] = nullCollation;
+  row[16] = OrNull(IntAt(x, kIndexOrdinal));
+  row[17] = At(x, kIndexColumnName);
+  row[20] = static_cast<int16_t>(IntAt(x, kIndexDescending).value_or(0) != 0 ? 2 : 1);
+  return row;
+}
+
+// The index rows of one table: the engine's own when its dialect has a
+// query, else from SQLStatistics and SQLPrimaryKeys.
+std::vector<Row> TableIndexRows(Session& s, const TableId& t, int32_t nullCollation) {
+  std::vector<Row> rows;
+  if (const auto engineRows = EngineIndexRows(s, t)) {
+    for (const Row& x : *engineRows) rows.push_back(EngineIndexRow(x, nullCollation));
+    return rows;
+  }
+  std::string pkName;
+  for (const Row& pk : PrimaryKeyRows(s, t)) pkName = TextAt(pk, 6);
+  for (const Row& x : ReadAll(*s.Catalog(CatalogCall::Statistics, {t.catalog, t.schema, t.name}))) {
+    if (IntAt(x, 7).value_or(0) == 0) continue;  // the table-statistics row
+    rows.push_back(IndexRow(x, pkName, nullCollation));
+  }
+  return rows;
+}
+
 std::unique_ptr<RowSource> IndexesRowset(Session& s, const com::Variant& criteria) {
   const auto r = Restrictions(criteria, 5);
   const int32_t nullCollation = s.NullCollation();
   std::vector<Row> rows;
   for (const TableId& t : TablesFor(s, r[0], r[1], r[4])) {
-    std::string pkName;
-    for (const Row& pk : PrimaryKeyRows(s, t)) pkName = TextAt(pk, 6);
-    for (const Row& x : ReadAll(*s.Catalog(CatalogCall::Statistics, {t.catalog, t.schema, t.name}))) {
-      if (IntAt(x, 7).value_or(0) == 0) continue;  // the table-statistics row
-      if (!Matches(r[2], At(x, 6))) continue;
-      if (r[3] && std::to_string(IntAt(x, 7).value_or(0)) != *r[3]) continue;
-      rows.push_back(IndexRow(x, pkName, nullCollation));
+    for (Row& x : TableIndexRows(s, t, nullCollation)) {
+      if (!Matches(r[2], x[5])) continue;
+      if (r[3] && std::to_string(IntAt(x, 10).value_or(0)) != *r[3]) continue;
+      rows.push_back(std::move(x));
     }
   }
   return std::make_unique<MemoryRowSource>(Columns(kIndexes), std::move(rows));
+}
+
+// The name of the index that enforces a table's primary key, as the engine
+// names it (empty when unknown).
+std::string PrimaryIndexName(Session& s, const TableId& t) {
+  for (const Row& x : EngineIndexRows(s, t).value_or(std::vector<Row>{})) {
+    if (IntAt(x, dialect::kIndexPrimary).value_or(0) != 0) return TextAt(x, dialect::kIndexName);
+  }
+  return {};
 }
 
 std::unique_ptr<RowSource> PrimaryKeysRowset(Session& s, const com::Variant& criteria) {
   const auto r = Restrictions(criteria, 3);
   std::vector<Row> rows;
   for (const TableId& t : TablesFor(s, r[0], r[1], r[2])) {
-    for (const Row& pk : PrimaryKeyRows(s, t)) {
-      rows.push_back({At(pk, 1), At(pk, 2), At(pk, 3), At(pk, 4), com::Null, com::Null, OrNull(IntAt(pk, 5)),
-                      At(pk, 6)});
+    const std::vector<Row> keys = PrimaryKeyRows(s, t);
+    if (keys.empty()) continue;
+    const std::string indexName = PrimaryIndexName(s, t);
+    for (const Row& pk : keys) {
+      const com::Variant name = indexName.empty() ? At(pk, 6) : com::Variant(indexName);
+      rows.push_back({At(pk, 1), At(pk, 2), At(pk, 3), At(pk, 4), com::Null, com::Null, OrNull(IntAt(pk, 5)), name});
     }
   }
   return std::make_unique<MemoryRowSource>(Columns(kPrimaryKeys), std::move(rows));

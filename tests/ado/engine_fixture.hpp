@@ -15,6 +15,13 @@
 
 namespace velmora::test {
 
+// OpenSchema restrictions by position (an Empty item restricts nothing).
+inline com::Variant Criteria(std::vector<com::Variant> items) {
+  com::VariantArray a;
+  a.items = std::move(items);
+  return com::Variant(std::move(a));
+}
+
 class EngineTest : public ::testing::TestWithParam<TestEngine> {
  protected:
   void SetUp() override {

@@ -10,11 +10,6 @@ namespace {
 
 class SchemaTest : public EngineTest {
  protected:
-  static com::Variant Criteria(std::vector<com::Variant> items) {
-    com::VariantArray a;
-    a.items = std::move(items);
-    return com::Variant(std::move(a));
-  }
   static std::vector<std::string> Names(const ado::RecordsetPtr& rs) {
     std::vector<std::string> out;
     for (const auto& f : *rs->Fields()) out.push_back(f->Name());

@@ -88,7 +88,10 @@ class SqliteDialect : public Dialect {
   std::string_view RowIdColumn() const noexcept override { return "rowid"; }
   std::string_view RowIdCondition() const noexcept override { return "rowid = ?"; }
   int32_t RowIdType() const noexcept override { return adBigInt; }
-
+  CatalogQuery IndexColumnsQuery(const std::string&, const std::string& table) const override {
+    return SqliteIndexColumns(table);
+  }
+  bool IsEngineTable(std::string_view name) const override { return name.starts_with("sqlite_"); }
 };
 
 // PostgreSQL through psqlODBC: wide text, results through server cursors,
@@ -149,6 +152,9 @@ class PostgresDialect : public Dialect {
     return "SET LOCAL lock_timeout = " + std::to_string(milliseconds);
   }
   std::string_view DefaultLockWaitStatement() const noexcept override { return "SET LOCAL lock_timeout TO DEFAULT"; }
+  CatalogQuery IndexColumnsQuery(const std::string& schema, const std::string& table) const override {
+    return PostgresIndexColumns(schema, table);
+  }
 };
 
 }  // namespace

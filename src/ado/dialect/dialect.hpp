@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ado/connection_string.hpp"
+#include "ado/dialect/catalog_queries.hpp"
 #include "ado/dialect/engine.hpp"
 
 namespace velmora::ado::dialect {
@@ -90,6 +91,21 @@ class Dialect {
     return {};
   }
   virtual std::string_view DefaultLockWaitStatement() const noexcept { return {}; }
+
+  // ---- Catalogue
+  // The engine's query for the key columns of a table's indexes (columns in
+  // catalog_queries.hpp); empty when the ODBC catalog functions answer alone.
+  virtual CatalogQuery IndexColumnsQuery(const std::string& schema, const std::string& table) const {
+    (void)schema;
+    (void)table;
+    return {};
+  }
+  // True for a table the engine keeps for itself that its driver lists as
+  // an ordinary one.
+  virtual bool IsEngineTable(std::string_view name) const {
+    (void)name;
+    return false;
+  }
 };
 
 // The dialect of an engine (Other: plain ODBC, SQL as written).
