@@ -102,15 +102,20 @@ TEST_P(ConnectionTest, ARecordsetsProviderErrorFillsItsConnectionsErrors) {
   rs->Fields()->Item(com::Variant("id"))->Value(com::Variant(int32_t{1}));
   const int32_t number = ErrorNumber([&] { rs->Update(); });
   EXPECT_NE(number, 0);
-  if (IsPg()) EXPECT_EQ(number, ado::DB_E_INTEGRITYVIOLATION);
+  if (IsPg()) {
+    EXPECT_EQ(number, ado::DB_E_INTEGRITYVIOLATION);
+  }
   ASSERT_GE(cn->Errors()->Count(), 1);
   const auto first = cn->Errors()->Item(com::Variant(int32_t{0}));
   EXPECT_EQ(first->Number(), number);
   EXPECT_EQ(first->Source(), "Velmora.ado.odbc");
   // The SQLite driver reports a general SQLSTATE with the engine's
   // constraint result code (19).
-  if (IsPg()) EXPECT_EQ(first->SQLState().substr(0, 2), "23");
-  else EXPECT_EQ(first->NativeError() & 0xff, 19);
+  if (IsPg()) {
+    EXPECT_EQ(first->SQLState().substr(0, 2), "23");
+  } else {
+    EXPECT_EQ(first->NativeError() & 0xff, 19);
+  }
 }
 
 TEST_P(ConnectionTest, ErrorsDescribeTheLastFailureOnly) {
