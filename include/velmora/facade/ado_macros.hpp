@@ -16,6 +16,7 @@
 #include "velmora/facade/ado_flags_enum.hpp"
 #include "velmora/fields/connection_utils.hpp"
 #include "velmora/fields/field_access.hpp"
+#include "velmora/schema/introspection.hpp"
 #include "velmora/sysrecords/system_records.hpp"
 
 namespace velmora::ado {
@@ -63,6 +64,20 @@ class AdoMacros : public com::Object {
   std::string FieldTypeConstToStr(int32_t iType) const;
   int32_t FieldTypeStringToConst(const std::string& SType) const;
   com::Variant FieldDefaultValue(int16_t vType) const;
+
+  // Schema introspection (velmora/schema/introspection.hpp).
+  int32_t AdoDataAttributesToJet(int32_t AType, bool AIsNullable) const;
+  int32_t AdoDataPrecisionToJet(int32_t AType, int32_t APrecision) const;
+  int32_t AdoDataSizeToJet(int32_t AType, int32_t ASize) const;
+  int32_t AdoDataTypeToJet(int32_t AType) const;
+  bool TypesInfo(const std::shared_ptr<ado::Connection>& cnn, com::CollectionPtr& RetTypes,
+                 const std::shared_ptr<AdoFlags>& Flags = {}) const;
+  bool TableInfo(const std::shared_ptr<ado::Connection>& cnn, const AdoTablePtr& RetTable,
+                 const std::shared_ptr<AdoFlags>& Flags = {}) const;
+  bool TableInfo(const std::shared_ptr<ado::Connection>& cnn, const AdoTablePtr& RetTable,
+                 const std::shared_ptr<AdoFlags>& Flags, com::CollectionPtr& DataTypes) const;
+  bool DatabaseInfo(const std::shared_ptr<ado::Connection>& cnn, com::CollectionPtr& RetTables,
+                    const std::shared_ptr<AdoFlags>& Flags = {}) const;
 
   // Connection settings in a flag collection (velmora/flags/connection_options.hpp).
   void ConnectionOptionsGet(const std::shared_ptr<AdoFlags>& Flags, std::string& retDBMS, std::string& retUserName,

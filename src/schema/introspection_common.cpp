@@ -1,0 +1,31 @@
+#include "schema/introspection_common.hpp"
+
+#include "velmora/ado/connection.hpp"
+#include "velmora/com/conversions.hpp"
+#include "velmora/fields/field_access.hpp"
+#include "velmora/flags/connection_options.hpp"
+
+namespace velmora::schema {
+
+std::string DbmsOf(const AdoFlagsPtr& flags) {
+  std::string dbms, user, password;
+  int32_t prompt = 0, options = 0;
+  ConnectionOptionsGet(flags, dbms, user, password, prompt, options);
+  return dbms;
+}
+
+com::Variant ValueOf(const ado::Recordset& rs, const std::string& name) {
+  int16_t vType = 0;
+  return FieldValueGet(rs.Fields()->Item(com::Variant(name)), vType, false);
+}
+
+std::string TextOf(const ado::Recordset& rs, const std::string& name) { return com::CStr(ValueOf(rs, name)); }
+
+std::shared_ptr<ado::Recordset> OpenQuery(const std::shared_ptr<ado::Connection>& cnn, const std::string& sql,
+                                          int32_t lockType) {
+  auto rs = std::make_shared<ado::Recordset>();
+  rs->Open(com::Variant(sql), com::Variant(cnn), ado::adOpenDynamic, lockType, ado::adCmdText);
+  return rs;
+}
+
+}  // namespace velmora::schema
