@@ -310,6 +310,19 @@ TEST_P(EditTest, GetUnkPatternCountsAndRefusesAConcurrentIncrement) {
   EXPECT_EQ(com::CLng(Scalar("SELECT COUNT(*) FROM " + t + " WHERE SU_TABLE='NEW'")), 1);
 }
 
+// Names the library quotes for the engine (in double quotes on every
+// engine: SQLite's brackets have no escape for ']', and the SQLite driver,
+// which counts parameter markers outside quotes, reads a bracket as text).
+TEST_P(EditTest, EditsReachColumnsWithBracketsAndQuotesInTheirNames) {
+  const std::string t = Table("odd", "id INTEGER PRIMARY KEY, \"x]y\" INTEGER, \"q\"\"r\" INTEGER");
+  cn->Execute("INSERT INTO " + t + " VALUES (1, 2, 3)");
+  auto rs = Edit("SELECT * FROM " + t, ado::adLockOptimistic);
+  rs->Fields()->Item(com::Variant("x]y"))->Value(com::Variant(int32_t{20}));
+  rs->Fields()->Item(com::Variant("q\"r"))->Value(com::Variant(int32_t{30}));
+  rs->Update();
+  EXPECT_EQ(com::CLng(Scalar("SELECT \"x]y\" + \"q\"\"r\" FROM " + t)), 50);
+}
+
 INSTANTIATE_TEST_SUITE_P(Engines, EditTest, ::testing::Values(TestEngine::SQLite, TestEngine::PostgreSQL),
                          EngineName);
 

@@ -78,7 +78,6 @@ class SqliteDialect : public Dialect {
   // The driver counts the rows of a statement that starts with WITH as those
   // of a query (none); the engine knows how many it changed.
   std::string_view ChangesOfLastStatementQuery() const noexcept override { return "SELECT changes()"; }
-  std::string QuoteName(std::string_view name) const override { return Enclosed(name, '[', ']'); }
   // The driver reports exact numerics as doubles or text and every integer
   // as INTEGER; the declared type name says what the column holds.
   bool TypesColumnsByDeclaredName(std::string_view) const override { return true; }
@@ -128,7 +127,6 @@ class PostgresDialect : public Dialect {
   // that writes (WITH ... INSERT, ... RETURNING); it classifies a statement
   // by its first word, so one that starts with a comment runs as it is.
   std::string_view WriteStatementPrefix() const noexcept override { return "/* */ "; }
-  std::string QuoteName(std::string_view name) const override { return Enclosed(name, '"', '"'); }
   bool TypesColumnsByDeclaredName(std::string_view typeName) const override {
     return com::detail::EqualsIgnoringAsciiCase(typeName, "money");
   }
