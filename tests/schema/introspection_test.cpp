@@ -231,6 +231,52 @@ TEST_P(IntrospectionTest, DatabaseInfoWithoutFlagsDescribesEveryBaseTable) {
   EXPECT_FALSE(tables->HasKey("v" + suffix));
 }
 
+// Names with blanks, brackets and letters beyond ASCII are described under
+// both DBMS values; a name with an apostrophe goes into the SQL branch's
+// query as it stands and fails there with the engine's error.
+TEST_P(IntrospectionTest, OddNamesAreDescribedOrRefusedClearly) {
+  for (const std::string base : {"a b", "x]y", "\xc3\xa0\xc3\xa9"}) {
+    const std::string name = base + suffix;
+    cn->Execute("CREATE TABLE \"" + name + "\" (\"k \xc3\xa8\" INTEGER PRIMARY KEY, \"v]w\" nvarchar(10))");
+    created.push_back("\"" + name + "\"");
+    for (const std::string dbms : {"SQL", "JET"}) {
+      const AdoTablePtr table = Describe(name, dbms);
+      ASSERT_TRUE(table->Fields()) << name << " " << dbms;
+      EXPECT_EQ(table->Fields()->Count(), 2) << name << " " << dbms;
+      EXPECT_TRUE(table->Fields()->HasKey("k \xc3\xa8")) << name << " " << dbms;
+      EXPECT_TRUE(table->Fields()->HasKey("v]w")) << name << " " << dbms;
+    }
+  }
+  const std::string quoted = "o'k" + suffix;
+  cn->Execute("CREATE TABLE \"" + quoted + "\" (id INTEGER PRIMARY KEY)");
+  created.push_back("\"" + quoted + "\"");
+  auto table = std::make_shared<AdoTable>();
+  table->Name(quoted);
+  const com::Error e = RaisedError([&] { TableInfo(cn, table, FlagsFor("SQL")); });
+  EXPECT_NE(e.Number(), 0);
+  EXPECT_EQ(e.Source(), "Velmora.modAdoSupport.TableInfo");
+  EXPECT_FALSE(TableInfo(cn, table, FlagsFor("JET")));
+  EXPECT_EQ(table->Fields()->Count(), 1);
+}
+
+TEST_P(IntrospectionTest, AClosedConnectionIsReportedByTheRoutine) {
+  const std::string t = Orders();
+  auto closed = std::make_shared<ado::Connection>();
+  auto table = std::make_shared<AdoTable>();
+  table->Name(t);
+  com::CollectionPtr types;
+  for (const std::string dbms : {"SQL", "JET"}) {
+    // A query on it is refused as an unusable connection (3709), a schema
+    // rowset as an operation on a closed object (3704).
+    const auto closedError = [](int32_t n) { return n == ado::adErrInvalidConnection || n == ado::adErrObjectClosed; };
+    const com::Error e = RaisedError([&] { TableInfo(closed, table, FlagsFor(dbms), types); });
+    EXPECT_TRUE(closedError(e.Number())) << dbms << " " << e.Number();
+    EXPECT_EQ(e.Source(), "Velmora.modAdoSupport.TableInfo") << dbms;
+    com::CollectionPtr tables;
+    EXPECT_TRUE(closedError(RaisedError([&] { DatabaseInfo(closed, tables, FlagsFor(dbms)); }).Number())) << dbms;
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Engines, IntrospectionTest, EnginesAndLegacyStrings(), EngineName);
 
 }  // namespace
