@@ -4,6 +4,7 @@
 #include "ado/connection_string.hpp"
 #include "ado/dialect/dialect.hpp"
 #include "ado/dialect/statements.hpp"
+#include "ado/odbc/driver_manager.hpp"
 #include "ado/error_map.hpp"
 #include "ado/read_start.hpp"
 #include "ado/recordset_internal.hpp"
@@ -195,5 +196,7 @@ RecordsetPtr Connection::OpenSchema(int32_t schema, const com::Variant& criteria
                               self, "", adOpenStatic, adLockReadOnly);
   return rs;
 }
+
+std::string DriverManagerVersion() { return odbc::DriverManagerVersion(); }
 
 }  // namespace velmora::ado

@@ -92,4 +92,8 @@ class Connection : public com::Object {
 };
 using ConnectionPtr = std::shared_ptr<Connection>;
 
+// The version of the ODBC driver manager connections go through
+// ("03.52.0016.0000"); "" when it does not tell.
+std::string DriverManagerVersion();
+
 }  // namespace velmora::ado

@@ -27,6 +27,10 @@ namespace velmora {
 
 class AdoFlags;
 
+// The value of an omitted string argument of SQLPROVIDER and JETPROVIDER:
+// one U+0000 character. Any other string counts as given, the empty one too.
+inline const std::string kOmittedArgument(1, '\0');
+
 class AdoMacros : public com::Object {
  public:
   static constexpr std::string_view kClassId = "{D9C28A58-B819-4EDB-840D-C9222000DD43}";
@@ -57,6 +61,35 @@ class AdoMacros : public com::Object {
                               bool Activate, int32_t timeOut = 30, bool Force = false) const;
   int32_t GetUnk(const std::shared_ptr<ado::Connection>& dbConnection, const std::string& TableName,
                  int32_t timeOut = 30) const;
+
+  // Connection strings. SQLPROVIDER: "Provider=<Provider>" and, when any
+  // other argument is given, ";Extended Properties=" and in double quotes
+  // the given ones as DRIVER=, SERVER=, UID=, APP=, WSID=, DATABASE=,
+  // Trusted_Connection=, DSN= (in that order, values as they stand,
+  // separated by ";"). JETPROVIDER: the embedded provider with "Data
+  // Source=<Source>" when given. Both open connections: the embedded
+  // provider opens the SQLite file, Extended Properties go to the driver.
+  std::string SQLPROVIDER(const std::string& Server = kOmittedArgument, const std::string& UID = kOmittedArgument,
+                          const std::string& App = kOmittedArgument, const std::string& WSID = kOmittedArgument,
+                          const std::string& DATABASE = kOmittedArgument,
+                          const std::string& TrustedConnection = kOmittedArgument,
+                          const std::string& DSN = kOmittedArgument, const std::string& Driver = kOmittedArgument,
+                          const std::string& Provider = "MSDASQL.1") const;
+  std::string JETPROVIDER(const std::string& Source = kOmittedArgument) const;
+  // The version of the data-access layer: this library's major, minor,
+  // build (patch) and fix level (0), and a text that also names the object
+  // model's version and the ODBC driver manager's.
+  void AdoVersion(int32_t& Major, int32_t& Minor, int32_t& Build, int32_t& Qfe, std::string& ToString) const;
+  // Whether a replica table caught up with its origin: the greatest value of
+  // OrigField in OrigTable and of ReplicaField in ReplicaTable, each read
+  // through its own connection string with SELECT TOP 1 ... ORDER BY ...
+  // DESC (names through SQLName). 0 both empty or equal, 1 one side empty or
+  // different, -1 after an error was reported (it is re-raised with the
+  // Source "Velmora.AdoMacros.RecorsetsCompare"). Both connections are
+  // always closed.
+  int32_t RecorsetsCompare(const std::string& OrigConn, const std::string& OrigTable, const std::string& OrigField,
+                           const std::string& ReplicaConn, const std::string& ReplicaTable,
+                           const std::string& ReplicaField) const;
 
   // Type names and type mapping.
   std::string VbTypeToStr(int16_t vType) const;
