@@ -167,17 +167,19 @@ bool TableInfoSQL(const ConnectionPtr& cnn, const AdoTablePtr& table, const com:
 
 // ---- JET: the schema rowsets and the catalog object
 
-ado::TablePtr CatalogTable(const ConnectionPtr& cnn, const std::string& name) {
-  auto catalog = std::make_shared<ado::Catalog>();
-  catalog->ActiveConnection(com::Variant(cnn));
-  return catalog->Tables()->Item(com::Variant(name));
+// The catalog's view of the table the schema rowset has just found, made
+// directly rather than looked up in a Catalog's table list: that list holds
+// every table of the database, and reading it for each table would make
+// DatabaseInfo grow with the square of the table count.
+ado::TablePtr CatalogTable(const ConnectionPtr& cnn, const AdoTable& table) {
+  return std::make_shared<ado::Table>(cnn, table.Owner(), table.Name(), "TABLE");
 }
 
-bool FieldsInfoJet(const ConnectionPtr& cnn, const AdoTablePtr& table, const com::CollectionPtr& types) {
+bool FieldsInfoJet(const ado::TablePtr& source, const AdoTablePtr& table, const com::CollectionPtr& types) {
   std::shared_ptr<ado::Recordset> none;
   return schema::RunRoutine("FieldsInfoJet", none, [&] {
     table->Fields(std::make_shared<com::Collection>());
-    const ado::ColumnsPtr columns = CatalogTable(cnn, table->Name())->Columns();
+    const ado::ColumnsPtr columns = source->Columns();
     for (const ado::ColumnPtr& column : *columns) {
       auto field = std::make_shared<AdoField>();
       field->Name(column->Name());
@@ -195,11 +197,11 @@ bool FieldsInfoJet(const ConnectionPtr& cnn, const AdoTablePtr& table, const com
   });
 }
 
-bool IndexesInfoJet(const ConnectionPtr& cnn, const AdoTablePtr& table) {
+bool IndexesInfoJet(const ado::TablePtr& catalogTable, const AdoTablePtr& table) {
   std::shared_ptr<ado::Recordset> none;
   return schema::RunRoutine("IndexesInfoJet", none, [&] {
     table->Indexes(std::make_shared<com::Collection>());
-    const ado::IndexesPtr indexes = CatalogTable(cnn, table->Name())->Indexes();
+    const ado::IndexesPtr indexes = catalogTable->Indexes();
     for (const ado::IndexPtr& source : *indexes) {
       auto index = std::make_shared<AdoIndex>();
       index->Clustered(source->Clustered());
@@ -221,7 +223,8 @@ bool TableInfoJet(const ConnectionPtr& cnn, const AdoTablePtr& table, const com:
   std::shared_ptr<ado::Recordset> none;
   return schema::RunRoutine("TableInfoJet", none, [&] {
     CheckTableSchema(cnn, *table);
-    if (!FieldsInfoJet(cnn, table, types)) IndexesInfoJet(cnn, table);
+    const ado::TablePtr source = CatalogTable(cnn, *table);
+    if (!FieldsInfoJet(source, table, types)) IndexesInfoJet(source, table);
   });
 }
 

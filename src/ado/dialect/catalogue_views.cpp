@@ -91,6 +91,14 @@ std::string TypesValues() {
   return out + ")";
 }
 
+// The server type a declared name is presented as. A declared TIMESTAMP is
+// a date and time to the engines (PostgreSQL's columns are sorted out by
+// their typmod before this list is read), not the server's row version of
+// that name.
+std::string_view ViewTypeName(std::string_view declared) {
+  return declared == "timestamp" ? "datetime" : PresentedTypeName(declared);
+}
+
 // Declared (engine) type names with the server type the views present:
 // column1 declared, column2 presented.
 std::string AliasValues() {
@@ -103,7 +111,7 @@ std::string AliasValues() {
   auto add = [&](std::string_view declared) {
     if (!first) out += ", ";
     first = false;
-    out += "(" + Text(declared) + ", " + Text(PresentedTypeName(declared)) + ")";
+    out += "(" + Text(declared) + ", " + Text(ViewTypeName(declared)) + ")";
   };
   for (std::string_view d : kDeclared) add(d);
   for (const ServerType& t : ServerTypes()) {
