@@ -330,7 +330,10 @@ std::string SizedColumns(Engine engine) {
          "t.column2 AS xtype, t.column3 AS xusertype, t.column4 AS length, t.column5 AS xprec, t.column6 AS xscale, "
          "t.column8 AS prec, t.column9 AS scale, t.column10 AS collated, t.column11 AS ltype, "
          "t.column12 AS lusertype, t.column13 AS rule, " + kArgument + " AS arg, COALESCE(c.n2, 0) AS scale2 "
-         "FROM (" + columns + ") AS c JOIN " + TypesValues() + " AS t ON t.column1 = c.tname";
+         // CROSS JOIN keeps the columns the outer loop on SQLite, whose
+         // planner would otherwise walk the type list first and read every
+         // table's columns once per type.
+         "FROM (" + columns + ") AS c CROSS JOIN " + TypesValues() + " AS t WHERE t.column1 = c.tname";
 }
 
 std::string SyscolumnsQuery(Engine engine) {
