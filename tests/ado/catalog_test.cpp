@@ -172,10 +172,7 @@ TEST_P(CatalogTest, ConnectionStringOpensItsOwnConnection) {
 
 INSTANTIATE_TEST_SUITE_P(Engines, CatalogTest, EnginesAndLegacyStrings(), EngineName);
 
-std::string Bytes(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
+std::string Bytes(const std::filesystem::path& file) { return FileContents(file); }
 
 class SqliteCatalogTest : public CatalogTest {};
 

@@ -23,12 +23,7 @@ namespace {
 using namespace std::string_literals;
 using test::RaisedError;
 
-std::string ReadText(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+std::string ReadText(const std::string& path) { return test::FileContents(path); }
 
 std::string IniPath() { return test::TempFile(".ini").string(); }
 

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <fstream>
+#include <sstream>
 #include <cstdlib>
 #include <mutex>
 #include <random>
@@ -66,5 +68,12 @@ std::string FreshSqliteOdbc() {
 std::filesystem::path Fixtures() { return VELMORA_FIXTURES_DIR; }
 
 std::filesystem::path TestData() { return VELMORA_TESTDATA_DIR; }
+
+std::string FileContents(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
 
 }  // namespace velmora::test

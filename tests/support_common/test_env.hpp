@@ -26,5 +26,7 @@ std::string FreshSqliteOdbc();
 std::filesystem::path Fixtures();
 // Folder of the shared test data (Chinook, Northwind, the recordset corpus).
 std::filesystem::path TestData();
+// Every byte of a file ("" when it cannot be read).
+std::string FileContents(const std::filesystem::path& path);
 
 }  // namespace velmora::test
