@@ -1,13 +1,9 @@
 // The `velmora` tool, run as a separate process: exit codes and output.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdio>
-#include <fstream>
-#include <regex>
-#include <sstream>
 #include <string>
 
+#include "facade/tool_runner.hpp"
 #include "support_common/test_env.hpp"
 #include "velmora/fields/type_names.hpp"
 #include "velmora/version.hpp"
@@ -15,41 +11,8 @@
 namespace velmora {
 namespace {
 
-struct ToolRun {
-  int exitCode = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string ReadFile(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-// Runs the tool with `arguments` (already quoted for the shell).
-ToolRun RunTool(const std::string& arguments) {
-  const auto errFile = test::TempFile(".err");
-  const std::string command =
-      std::string("'") + VELMORA_TOOL_PATH + "' " + arguments + " 2>'" + errFile.string() + "'";
-  ToolRun run;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) {
-    ADD_FAILURE() << "cannot start " << command;
-    return run;
-  }
-  char buffer[4096];
-  for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) run.out.append(buffer, n);
-  const int status = pclose(pipe);
-  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  run.err = ReadFile(errFile);
-  return run;
-}
-
-bool HasLine(const std::string& text, const std::string& linePattern) {
-  return std::regex_search(text, std::regex("(^|\n)" + linePattern + "(\n|$)"));
-}
+using test::HasLine;
+using test::RunTool;
 
 TEST(Tool, HelpListsEveryCommandWithUsageAndSummary) {
   const auto run = RunTool("--help");

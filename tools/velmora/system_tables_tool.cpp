@@ -5,45 +5,39 @@
 
 #include <cerrno>
 
+#include "velmora/ado/catalog.hpp"
 #include "velmora/support/file_errors.hpp"
 
 namespace velmora::tool {
 
 namespace {
 
-// The embedded provider opens existing files only: a missing file is
-// created empty first. (Without blocking: a FIFO is an error, not a wait.)
-void CreateIfMissing(const std::string& path) {
-  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | O_CLOEXEC, 0666);
-  if (fd < 0) support::RaiseFileError("create", path, errno);
-  ::close(fd);
-}
-
 // The provider reports every file it cannot open as one it cannot find; a
 // missing folder, a folder in the file's place or a refused permission is
-// reported as what it is instead. A missing file is left to the provider.
-void CheckOpenable(const std::string& path) {
+// reported as what it is instead. Returns false when only the file itself is
+// missing. (Without blocking: a FIFO is an error, not a wait.)
+bool CheckOpenable(const std::string& path) {
   const int fd = ::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
   if (fd >= 0) {
     ::close(fd);
-    return;
+    return true;
   }
   if (support::FileErrorNumber(path, errno) != support::errFileNotFound) support::RaiseFileError("open", path, errno);
+  return false;
 }
 
 }  // namespace
 
 std::shared_ptr<ado::Connection> OpenConnectionArgument(const std::string& argument, bool createFile) {
-  std::string connectionString = argument;
-  if (argument.find('=') == std::string::npos) {
-    if (createFile) {
-      CreateIfMissing(argument);
-    } else {
-      CheckOpenable(argument);
-    }
-    connectionString = "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + argument;
-  }
   auto connection = std::make_shared<ado::Connection>();
+  if (argument.find('=') != std::string::npos) {
+    connection->Open(argument);
+    return connection;
+  }
+  const std::string connectionString = "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + argument;
+  // A missing file is left to the provider, which names it, unless asked to
+  // make a new database there.
+  if (!CheckOpenable(argument) && createFile) return std::make_shared<ado::Catalog>()->Create(connectionString);
   connection->Open(connectionString);
   return connection;
 }

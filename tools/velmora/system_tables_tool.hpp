@@ -10,7 +10,8 @@ namespace velmora::tool {
 
 // Opens CONNECTION: a connection string in any form Connection.Open takes
 // (it contains '='), or else the path of an SQLite file on the embedded
-// default engine; with `createFile` a missing file is created empty first.
+// default engine; with `createFile` a missing file is made a new database
+// (Catalog.Create) first.
 std::shared_ptr<ado::Connection> OpenConnectionArgument(const std::string& argument, bool createFile);
 
 }  // namespace velmora::tool
