@@ -123,7 +123,10 @@ constexpr RowsetColumn kTables[] = {{"TABLE_CATALOG", OleType::WStr}, {"TABLE_SC
 
 std::vector<Row> CatalogTables(Session& s, const std::vector<Restriction>& r) {
   const std::string esc = s.SearchPatternEscape();
-  auto source = s.Catalog(CatalogCall::Tables, {Pattern(r[0], esc), Pattern(r[1], esc), Pattern(r[2], esc), r[3]});
+  // No schema restriction means every schema, also when a name is given.
+  Restriction schema = Pattern(r[1], esc);
+  if (!schema && r[2]) schema = s.Dialect().EverySchemaPattern();
+  auto source = s.Catalog(CatalogCall::Tables, {Pattern(r[0], esc), schema, Pattern(r[2], esc), r[3]});
   std::vector<Row> rows;
   for (Row& t : ReadAll(*source)) {
     // Drivers may treat the pattern loosely: keep exact matches only.

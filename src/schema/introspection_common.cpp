@@ -21,6 +21,20 @@ com::Variant ValueOf(const ado::Recordset& rs, const std::string& name) {
 
 std::string TextOf(const ado::Recordset& rs, const std::string& name) { return com::CStr(ValueOf(rs, name)); }
 
+namespace {
+
+com::Variant NumericValueOf(const ado::Recordset& rs, const std::string& name) {
+  com::Variant value = ValueOf(rs, name);
+  if (const auto* text = value.TryGet<std::string>(); text && text->empty()) return com::Variant(int32_t{0});
+  return value;
+}
+
+}  // namespace
+
+int32_t NumberOf(const ado::Recordset& rs, const std::string& name) { return com::CLng(NumericValueOf(rs, name)); }
+
+bool FlagOf(const ado::Recordset& rs, const std::string& name) { return com::CBool(NumericValueOf(rs, name)); }
+
 std::shared_ptr<ado::Recordset> OpenQuery(const std::shared_ptr<ado::Connection>& cnn, const std::string& sql,
                                           int32_t lockType) {
   auto rs = std::make_shared<ado::Recordset>();

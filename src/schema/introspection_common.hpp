@@ -20,6 +20,12 @@ std::string DbmsOf(const AdoFlagsPtr& flags);
 // (Null becomes the field type's neutral value).
 com::Variant ValueOf(const ado::Recordset& rs, const std::string& name);
 std::string TextOf(const ado::Recordset& rs, const std::string& name);
+// A whole number or a flag of the catalogue views: the server types them,
+// so Null reads as 0; where an engine cannot type a view's column (SQLite
+// types a computed column by its values), Null reads as "" and is taken as
+// 0 too.
+int32_t NumberOf(const ado::Recordset& rs, const std::string& name);
+bool FlagOf(const ado::Recordset& rs, const std::string& name);
 
 // Opens `sql` on `cnn` as a dynamic cursor of the given lock type.
 std::shared_ptr<ado::Recordset> OpenQuery(const std::shared_ptr<ado::Connection>& cnn, const std::string& sql,

@@ -78,14 +78,14 @@ bool FieldsInfoSQL(const ConnectionPtr& cnn, const AdoTablePtr& table, const com
     for (; !rs->IsEOF(); rs->MoveNext()) {
       auto field = std::make_shared<AdoField>();
       field->Name(schema::TextOf(*rs, "name"));
-      field->NType(com::CLng(schema::ValueOf(*rs, "xtype")));
-      field->Size(com::CLng(schema::ValueOf(*rs, "length")));
-      field->Precision(com::CLng(schema::ValueOf(*rs, "prec")));
+      field->NType(schema::NumberOf(*rs, "xtype"));
+      field->Size(schema::NumberOf(*rs, "length"));
+      field->Precision(schema::NumberOf(*rs, "prec"));
       // nchar and nvarchar sizes in characters, not bytes.
       if (field->NType() == kNcharType || field->NType() == kNvarcharType) field->Size(field->Precision());
-      field->NumScale(com::CLng(schema::ValueOf(*rs, "scale")));
-      field->IsNullable(com::CBool(schema::ValueOf(*rs, "isnullable")));
-      field->Id(com::CLng(schema::ValueOf(*rs, "colid")));
+      field->NumScale(schema::NumberOf(*rs, "scale"));
+      field->IsNullable(schema::FlagOf(*rs, "isnullable"));
+      field->Id(schema::NumberOf(*rs, "colid"));
       LookUpType(*field, types, true);
       table->Fields()->Add(com::Variant(field), com::Variant(field->Name()));
     }
@@ -114,16 +114,16 @@ void IndexesFromRowset(const ConnectionPtr& cnn, AdoTable& table, std::shared_pt
     const std::string name = schema::TextOf(*rs, "INDEX_NAME");
     if (!table.Indexes()->HasKey(name)) {
       auto index = std::make_shared<AdoIndex>();
-      index->Clustered(com::CBool(schema::ValueOf(*rs, "CLUSTERED")));
-      index->HasNulls(com::CLng(schema::ValueOf(*rs, "NULLS")));
+      index->Clustered(schema::FlagOf(*rs, "CLUSTERED"));
+      index->HasNulls(schema::NumberOf(*rs, "NULLS"));
       index->Name(name);
-      index->Primary(com::CBool(schema::ValueOf(*rs, "PRIMARY_KEY")));
-      index->Unique(com::CBool(schema::ValueOf(*rs, "UNIQUE")));
+      index->Primary(schema::FlagOf(*rs, "PRIMARY_KEY"));
+      index->Unique(schema::FlagOf(*rs, "UNIQUE"));
       index->Fields(std::make_shared<com::Collection>());
       table.Indexes()->Add(com::Variant(index), com::Variant(name));
     }
     const auto index = Held<AdoIndex>(table.Indexes(), name);
-    AddIndexColumn(table, *index, schema::TextOf(*rs, "COLUMN_NAME"), com::CLng(schema::ValueOf(*rs, "COLLATION")));
+    AddIndexColumn(table, *index, schema::TextOf(*rs, "COLUMN_NAME"), schema::NumberOf(*rs, "COLLATION"));
   }
   RecordsetClose(rs);
 }
@@ -158,7 +158,7 @@ bool TableInfoSQL(const ConnectionPtr& cnn, const AdoTablePtr& table, const com:
     // catalogue queries do.
     rs = schema::OpenQuery(cnn, "SELECT id FROM sysobjects WHERE name='" + table->Name() + "'", ado::adLockOptimistic);
     if (rs->IsEOF()) com::Raise(com::errLibrary, "La tabella " + table->Name() + " non è in sysobjects.");
-    table->Id(com::CLng(schema::ValueOf(*rs, "id")));
+    table->Id(schema::NumberOf(*rs, "id"));
     RecordsetClose(rs);
     CheckTableSchema(cnn, *table);
     if (!FieldsInfoSQL(cnn, table, types)) IndexesInfoSQL(cnn, table);

@@ -56,14 +56,15 @@ void AddJetTypes(com::Collection& types) {
 // nvarchar), is skipped silently: the first row of a code wins.
 void AddServerType(com::Collection& types, const ado::Recordset& rs) {
   const std::string name = schema::TextOf(rs, "name");
-  com::Variant xtype, variable;
-  schema::IgnoringErrors([&] { xtype = schema::ValueOf(rs, "xtype"); });
-  schema::IgnoringErrors([&] { variable = schema::ValueOf(rs, "variable"); });
+  int32_t xtype = 0;
+  bool variable = false;
+  schema::IgnoringErrors([&] { xtype = schema::NumberOf(rs, "xtype"); });
+  schema::IgnoringErrors([&] { variable = schema::FlagOf(rs, "variable"); });
   schema::IgnoringErrors([&] {
     const int32_t aType = FieldTypeStringToConst(name);
     // Fixed is systypes.variable as it stands, not negated; the column is
     // a bit (a Boolean on one engine, 0/1 on another).
-    DataTypeAdd(types, name, com::CLng(xtype), aType, com::CBool(variable));
+    DataTypeAdd(types, name, xtype, aType, variable);
   });
 }
 

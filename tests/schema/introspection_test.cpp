@@ -277,6 +277,32 @@ TEST_P(IntrospectionTest, AClosedConnectionIsReportedByTheRoutine) {
   }
 }
 
+// Columns the engine declares with its own type names (TEXT, TIMESTAMP,
+// REAL, BLOB...) are described under both DBMS values; so is a table of a
+// schema outside the search path on PostgreSQL.
+TEST_P(IntrospectionTest, EveryDeclaredTypeAndEverySchemaIsDescribed) {
+  const std::string t = Table("plain", std::string("id INTEGER PRIMARY KEY, note TEXT, stamp TIMESTAMP, ratio REAL, ") +
+                                           (IsPg() ? "data BYTEA" : "data BLOB") + ", amount NUMERIC(10,2)");
+  for (const std::string dbms : {"SQL", "JET"}) {
+    const AdoTablePtr table = Describe(t, dbms);
+    ASSERT_TRUE(table->Fields()) << dbms;
+    EXPECT_EQ(table->Fields()->Count(), 6) << dbms;
+  }
+  if (!IsPg()) return;
+  const std::string schema = "other" + suffix;
+  cn->Execute("CREATE SCHEMA " + schema);
+  cn->Execute("CREATE TABLE " + schema + ".elsewhere" + suffix + " (id INTEGER PRIMARY KEY, label TEXT)");
+  for (const std::string dbms : {"SQL", "JET"}) {
+    AdoFlagsPtr flags = FlagsFor(dbms);
+    flags->WriteProperty("INCLTABLES", com::Variant("elsewhere" + suffix));
+    com::CollectionPtr tables;
+    EXPECT_FALSE(DatabaseInfo(cn, tables, flags)) << dbms;
+    ASSERT_EQ(tables->Count(), 1) << dbms;
+    EXPECT_EQ(Held<AdoTable>(tables, com::Variant(int32_t{1}))->Owner(), schema) << dbms;
+  }
+  cn->Execute("DROP SCHEMA " + schema + " CASCADE");
+}
+
 INSTANTIATE_TEST_SUITE_P(Engines, IntrospectionTest, EnginesAndLegacyStrings(), EngineName);
 
 }  // namespace

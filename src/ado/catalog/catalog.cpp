@@ -68,11 +68,12 @@ Column::Definition CopyOf(const Columns& tableColumns, const std::string& name) 
 
 // The columns as a query of the table describes them: the same types and
 // sizes as any Recordset on it reports, in one round trip and no rows.
-ColumnsPtr ReadColumns(const ConnectionPtr& cn, const std::string& table) {
+// The table is named with its schema when it has one (a table outside the
+// search path of a server engine).
+ColumnsPtr ReadColumns(const ConnectionPtr& cn, const std::string& schema, const std::string& table) {
   auto session = Connection::Internal::SessionOf(*cn, "Table.Columns");
-  // The standard double-quoted form, which both engines read for any name
-  // (SQLite's brackets cannot hold a closing bracket).
-  const std::string quoted = session->Dialect().dialect::Dialect::QuoteName(table);
+  const dialect::Dialect& dialect = session->Dialect();
+  const std::string quoted = (schema.empty() ? std::string() : dialect.QuoteName(schema) + ".") + dialect.QuoteName(table);
   auto rs = std::make_shared<Recordset>();
   rs->Open(com::Variant("SELECT * FROM " + quoted + " WHERE 1 = 0"), com::Variant(cn),
            adOpenForwardOnly, adLockReadOnly, adCmdText);
@@ -135,7 +136,7 @@ Table::Table(ConnectionPtr connection, std::string schema, std::string name, std
     : connection_(std::move(connection)), schema_(std::move(schema)), name_(std::move(name)), type_(std::move(type)) {}
 
 ColumnsPtr Table::Columns() const {
-  if (!columns_) columns_ = ReadColumns(connection_, name_);
+  if (!columns_) columns_ = ReadColumns(connection_, schema_, name_);
   return columns_;
 }
 

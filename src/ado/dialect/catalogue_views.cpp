@@ -217,8 +217,12 @@ std::string SqliteObjects() {
          "JOIN catalogue_ids AS ids ON ids.k = c.k LEFT JOIN catalogue_ids AS p ON p.k = c.parent";
 }
 
+// Every schema of the database but the system's and temporary ones, as the
+// tables schema rowset lists them (the server's views span every owner).
 constexpr const char* kPostgresInScope =
-    "JOIN pg_catalog.pg_namespace AS ns ON ns.oid = c.relnamespace WHERE ns.nspname = ANY (current_schemas(false))";
+    "JOIN pg_catalog.pg_namespace AS ns ON ns.oid = c.relnamespace WHERE ns.nspname NOT IN ('pg_catalog', "
+    "'information_schema') AND ns.nspname NOT LIKE 'pg!_toast%' ESCAPE '!' AND ns.nspname NOT LIKE 'pg!_temp!_%' "
+    "ESCAPE '!'";
 
 // The CHECK that keeps a tinyint column of constraint `k` on attribute `a`
 // within 0..255, as the server prints it back.

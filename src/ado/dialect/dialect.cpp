@@ -127,6 +127,9 @@ class PostgresDialect : public Dialect {
   // that writes (WITH ... INSERT, ... RETURNING); it classifies a statement
   // by its first word, so one that starts with a comment runs as it is.
   std::string_view WriteStatementPrefix() const noexcept override { return "/* */ "; }
+  // Given a table name and no schema, the driver lists only the tables the
+  // search path makes visible.
+  std::optional<std::string> EverySchemaPattern() const override { return "%"; }
   bool TypesColumnsByDeclaredName(std::string_view typeName) const override {
     return com::detail::EqualsIgnoringAsciiCase(typeName, "money");
   }

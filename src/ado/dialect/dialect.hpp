@@ -4,6 +4,7 @@
 // the DBMS name the driver reports). The rest of the data-access layer asks
 // its session's dialect and never names an engine.
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,6 +47,9 @@ class Dialect {
   // A query for the count of rows the last statement changed, for drivers
   // that count a writing WITH statement as a query (empty: none needed).
   virtual std::string_view ChangesOfLastStatementQuery() const noexcept { return {}; }
+  // The schema pattern that makes the driver's table list span every schema
+  // when a table name is given (nullopt: leaving it out already does).
+  virtual std::optional<std::string> EverySchemaPattern() const { return std::nullopt; }
   // The statement text in the engine's own SQL (brackets, TOP, CONVERT).
   virtual std::string Rewrite(std::string_view sql) const;
   // `name` quoted as one identifier.
