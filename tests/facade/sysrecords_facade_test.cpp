@@ -37,10 +37,7 @@ class MacrosSystemRecordsTest : public SystemTablesTest {
     const std::string command = "VELMORA_USER='" + user + "' '" + VELMORA_TOOL_PATH + "' " + arguments + " >'" +
                                 outFile.string() + "' 2>&1";
     const int status = std::system(command.c_str());
-    std::ifstream in(outFile);
-    std::ostringstream text;
-    text << in.rdbuf();
-    out = text.str();
+    out = FileContents(outFile);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
   std::string Quoted() const { return "'" + connectionString + "'"; }

@@ -21,13 +21,6 @@ struct ToolRun {
   std::string err;
 };
 
-inline std::string ReadWholeFile(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
 // Runs the tool with `arguments` (already quoted for the shell).
 inline ToolRun RunTool(const std::string& arguments) {
   const auto errFile = TempFile(".err");
@@ -43,7 +36,7 @@ inline ToolRun RunTool(const std::string& arguments) {
   for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) run.out.append(buffer, n);
   const int status = pclose(pipe);
   run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  run.err = ReadWholeFile(errFile);
+  run.err = FileContents(errFile);
   return run;
 }
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 
 #include "velmora/ado/catalog.hpp"
+#include "velmora/facade/ado_macros.hpp"
 #include "velmora/support/file_errors.hpp"
 
 namespace velmora::tool {
@@ -28,13 +29,17 @@ bool CheckOpenable(const std::string& path) {
 
 }  // namespace
 
+std::string ConnectionStringArgument(const std::string& argument) {
+  return argument.find('=') != std::string::npos ? argument : Macros().JETPROVIDER(argument);
+}
+
 std::shared_ptr<ado::Connection> OpenConnectionArgument(const std::string& argument, bool createFile) {
   auto connection = std::make_shared<ado::Connection>();
-  if (argument.find('=') != std::string::npos) {
+  const std::string connectionString = ConnectionStringArgument(argument);
+  if (connectionString == argument) {
     connection->Open(argument);
     return connection;
   }
-  const std::string connectionString = "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + argument;
   // A missing file is left to the provider, which names it, unless asked to
   // make a new database there.
   if (!CheckOpenable(argument) && createFile) return std::make_shared<ado::Catalog>()->Create(connectionString);

@@ -14,4 +14,8 @@ namespace velmora::tool {
 // (Catalog.Create) first.
 std::shared_ptr<ado::Connection> OpenConnectionArgument(const std::string& argument, bool createFile);
 
+// The connection string CONNECTION stands for: itself when it contains '=',
+// else the embedded provider's string for that file (JETPROVIDER).
+std::string ConnectionStringArgument(const std::string& argument);
+
 }  // namespace velmora::tool
