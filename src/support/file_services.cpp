@@ -104,7 +104,7 @@ std::string FileServices::TempFolder() const {
 std::string FileServices::TempFileName(const std::string& folder, const std::string& prefix) const {
   std::string name = (fs::path(folder) / (prefix + "XXXXXX.tmp")).string();
   const int fd = ::mkstemps(name.data(), 4);
-  if (fd < 0) RaiseFileError("create a temporary file in", folder, errno);
+  if (fd < 0) RaiseFileError("create", name, errno);
   ::close(fd);
   return name;
 }
