@@ -134,6 +134,10 @@ std::string Connection::TranslateSql(const std::string& sql) const {
   return RequireLink("TranslateSql").session->Dialect().Rewrite(statement);
 }
 
+std::string Connection::CompactionStatement(const std::string& destination) const {
+  return RequireLink("CompactionStatement").session->Dialect().CompactionStatement(destination);
+}
+
 RecordsetPtr Connection::Execute(const std::string& commandText) {
   com::Variant ignored;
   return Execute(commandText, ignored);

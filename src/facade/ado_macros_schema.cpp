@@ -1,6 +1,7 @@
 // The schema introspection members of AdoMacros: forwarders.
 #include "velmora/facade/ado_macros.hpp"
 #include "velmora/schema/introspection.hpp"
+#include "velmora/schema/maintenance.hpp"
 
 namespace velmora {
 
@@ -37,5 +38,11 @@ bool AdoMacros::DatabaseInfo(const std::shared_ptr<ado::Connection>& cnn, com::C
                              const std::shared_ptr<AdoFlags>& Flags) const {
   return velmora::DatabaseInfo(cnn, RetTables, Flags);
 }
+
+bool AdoMacros::CompactMdb(const std::string& DbName, std::string& TmpFile) const {
+  return velmora::CompactMdb(DbName, TmpFile);
+}
+
+bool AdoMacros::CompactMdb(const std::string& DbName) const { return velmora::CompactMdb(DbName); }
 
 }  // namespace velmora

@@ -23,6 +23,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "support/file_descriptor.hpp"
 #include "support/profile_document.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/support/file_errors.hpp"
@@ -33,27 +34,6 @@ namespace velmora::support {
 namespace {
 
 namespace fs = std::filesystem;
-
-// Closes a descriptor on scope exit.
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int fd) : fd_(fd) {}
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  ~FileDescriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  int get() const noexcept { return fd_; }
-  // Closes now, reporting the error of close().
-  int close() noexcept {
-    const int rc = ::close(fd_);
-    fd_ = -1;
-    return rc;
-  }
-
- private:
-  int fd_;
-};
 
 // The contents of `path`, or nothing when it does not exist.
 std::optional<std::string> ReadIfExists(const fs::path& path) {

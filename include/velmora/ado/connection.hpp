@@ -71,6 +71,10 @@ class Connection : public com::Object {
   void DialectRewriting(bool on) noexcept { dialectRewriting_ = on; }
   // The statement as it is sent to the engine (rewritten when rewriting is on).
   std::string TranslateSql(const std::string& sql) const;
+  // The engine's statement that writes a compacted copy of the database
+  // into the file `destination` (absent or empty); "" when the engine has
+  // none. Raises when the connection is closed.
+  std::string CompactionStatement(const std::string& destination) const;
 
   // How the library's own objects reach the open session (defined inside
   // the library only).

@@ -80,6 +80,10 @@ class AdoMacros : public com::Object {
   // build (patch) and fix level (0), and a text that also names the object
   // model's version and the ODBC driver manager's.
   void AdoVersion(int32_t& Major, int32_t& Minor, int32_t& Build, int32_t& Qfe, std::string& ToString) const;
+  // Compacts the database file DbName in place (schema/maintenance.hpp);
+  // false on success. TmpFile, when empty, receives the temporary file used.
+  bool CompactMdb(const std::string& DbName, std::string& TmpFile) const;
+  bool CompactMdb(const std::string& DbName) const;
   // Whether a replica table caught up with its origin: the greatest value of
   // OrigField in OrigTable and of ReplicaField in ReplicaTable, each read
   // through its own connection string with SELECT TOP 1 ... ORDER BY ...

@@ -7,6 +7,7 @@
 // in its own header, so that SupportObject is the sum of them.
 #include "velmora/support/error_services.hpp"
 #include "velmora/support/field_services.hpp"
+#include "velmora/support/file_services.hpp"
 #include "velmora/support/keyid_services.hpp"
 #include "velmora/support/profile_services.hpp"
 #include "velmora/support/system_services.hpp"
@@ -15,7 +16,7 @@ namespace velmora {
 
 class SupportObject : public support::ErrorServices, public support::KeyIdServices,
                       public support::ProfileServices, public support::FieldServices,
-                      public support::SystemServices {
+                      public support::SystemServices, public support::FileServices {
  public:
   SupportObject() = default;
 };

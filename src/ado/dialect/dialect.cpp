@@ -91,6 +91,9 @@ class SqliteDialect : public Dialect {
     return SqliteIndexColumns(table);
   }
   bool IsEngineTable(std::string_view name) const override { return name.starts_with("sqlite_"); }
+  std::string CompactionStatement(std::string_view destination) const override {
+    return "VACUUM INTO " + Enclosed(destination, '\'', '\'');
+  }
 };
 
 // PostgreSQL through psqlODBC: wide text, results through server cursors,

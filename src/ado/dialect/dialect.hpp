@@ -110,6 +110,15 @@ class Dialect {
     (void)name;
     return false;
   }
+
+  // ---- Maintenance
+  // The statement that writes a compacted copy of the whole database into
+  // the file `destination` (which must not exist or be empty); empty when
+  // the engine cannot compact into another file.
+  virtual std::string CompactionStatement(std::string_view destination) const {
+    (void)destination;
+    return {};
+  }
 };
 
 // The dialect of an engine (Other: plain ODBC, SQL as written).
