@@ -8,6 +8,7 @@
 #include <sstream>
 #include <string>
 
+#include "facade/tool_runner.hpp"
 #include "support_common/raised_error.hpp"
 #include "support_common/test_env.hpp"
 #include "velmora/velmora.hpp"
@@ -31,28 +32,6 @@ std::string DatabaseWithFreePages() {
   return file;
 }
 
-std::string Contents(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-struct Outcome {
-  int exitCode = -1;
-  std::string out;
-  std::string err;
-};
-
-// Runs `velmora compact <file>` with its output in files of its own.
-Outcome RunCompactCommand(const std::string& file) {
-  const fs::path out = TempFile(".out"), err = TempFile(".err");
-  const std::string command = std::string("'") + VELMORA_TOOL_PATH + "' compact '" + file + "' >'" + out.string() +
-                              "' 2>'" + err.string() + "'";
-  const int status = std::system(command.c_str());
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Contents(out), Contents(err)};
-}
-
 TEST(CompactMdbFacade, CompactsAndHandsBackTheTemporaryName) {
   const std::string db = DatabaseWithFreePages();
   const auto before = fs::file_size(db);
@@ -72,7 +51,7 @@ TEST(CompactMdbFacade, FailureCarriesTheRoutinesSource) {
 TEST(CompactCommand, PrintsTheSizesBeforeAndAfter) {
   const std::string db = DatabaseWithFreePages();
   const auto before = fs::file_size(db);
-  const Outcome run = RunCompactCommand(db);
+  const ToolRun run = RunTool("compact '" + db + "'");
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(run.out, "before: " + std::to_string(before) + " bytes\nafter: " + std::to_string(fs::file_size(db)) +
                          " bytes\n");
@@ -82,12 +61,12 @@ TEST(CompactCommand, PrintsTheSizesBeforeAndAfter) {
 TEST(CompactCommand, FailsWithTheLibrarysErrorLine) {
   const std::string file = TempFile(".txt").string();
   std::ofstream(file) << "not a database at all";
-  const Outcome run = RunCompactCommand(file);
+  const ToolRun run = RunTool("compact '" + file + "'");
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(run.err, "velmora compact: error 321 (Velmora.modAdoSupport.CompactMdb): '" + file +
                          "' is not a database file\n");
-  EXPECT_EQ(Contents(file), "not a database at all");
+  EXPECT_EQ(FileContents(file), "not a database at all");
 }
 
 }  // namespace

@@ -68,12 +68,7 @@ std::string Rows(const std::string& file, const std::string& table = "t") {
   }
 }
 
-std::string Bytes(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+std::string Bytes(const std::string& file) { return FileContents(file); }
 
 ino_t InodeOf(const std::string& file) {
   struct stat info {};

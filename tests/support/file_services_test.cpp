@@ -18,12 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string Read(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+std::string Read(const std::string& file) { return test::FileContents(file); }
 
 TEST(FileServices, TempFileNameMakesANewPrivateEmptyFileWithThePrefix) {
   const std::string folder = TempDir().string();
