@@ -9,12 +9,12 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string_view>
 
+#include "ado/dialect/dialect.hpp"
 #include "schema/introspection_common.hpp"
 #include "velmora/ado/connection.hpp"
 #include "velmora/com/error.hpp"
@@ -29,8 +29,6 @@ namespace fs = std::filesystem;
 constexpr int32_t errInvalidFileFormat = 321;
 constexpr int32_t errInvalidCall = 5;
 
-// The side files the engine keeps beside a database while it is in use.
-constexpr std::string_view kSideFileSuffixes[] = {"-wal", "-shm", "-journal"};
 
 // Test-only: the number of the last step to run before the process kills
 // itself, so that a test can check what an interrupted compaction leaves.
@@ -69,7 +67,7 @@ void CheckDatabaseFile(const std::string& dbName) {
     com::Raise(errInvalidFileFormat,
                "'" + dbName + "' is a Jet database: compacting it needs the Jet engine, which is not available here");
   }
-  if (header.size() < 16 || std::memcmp(header.data(), "SQLite format 3", 16) != 0) {
+  if (!ado::dialect::EmbeddedDialect().IsDatabaseFile(header)) {
     com::Raise(errInvalidFileFormat, "'" + dbName + "' is not a database file");
   }
 }
@@ -84,7 +82,7 @@ void RefuseWhenOpen(const std::string& dbName) {
                                                  "): close every connection to it before compacting");
   };
   check(dbName);
-  for (std::string_view suffix : kSideFileSuffixes) check(dbName + std::string(suffix));
+  for (std::string_view suffix : ado::dialect::EmbeddedDialect().SideFileSuffixes()) check(dbName + std::string(suffix));
 }
 
 int64_t FileBytes(const std::string& file) {
@@ -96,7 +94,10 @@ int64_t FileBytes(const std::string& file) {
 // A temporary file in the system's temporary folder, or in the database's
 // own folder when the temporary one has less room than the database takes.
 std::string ChooseTempFile(const std::string& dbName) {
-  const int64_t needed = FileBytes(dbName) + FileBytes(dbName + "-wal");
+  int64_t needed = FileBytes(dbName);
+  for (std::string_view suffix : ado::dialect::EmbeddedDialect().SideFileSuffixes()) {
+    needed += FileBytes(dbName + std::string(suffix));
+  }
   std::string tmpFile = Support().TempFileName(Support().TempFolder(), "MDB");
   std::string folder;
   if (Support().FreeSpace(tmpFile) < needed && Support().FolderOf(dbName, folder)) {
@@ -141,7 +142,7 @@ void CompactInto(const std::string& dbName, const std::string& tmpFile) {
 // Side files of the original, closed and checkpointed by now, would be
 // taken for the new file's own when it is opened.
 void DeleteOriginal(const std::string& dbName) {
-  for (std::string_view suffix : kSideFileSuffixes) {
+  for (std::string_view suffix : ado::dialect::EmbeddedDialect().SideFileSuffixes()) {
     const std::string side = dbName + std::string(suffix);
     std::error_code ec;
     if (fs::exists(side, ec)) Support().FileDelete(side);

@@ -94,6 +94,10 @@ class SqliteDialect : public Dialect {
   std::string CompactionStatement(std::string_view destination) const override {
     return "VACUUM INTO " + Enclosed(destination, '\'', '\'');
   }
+  bool IsDatabaseFile(std::string_view header) const override {
+    return header.starts_with(std::string_view("SQLite format 3\0", 16));
+  }
+  std::vector<std::string_view> SideFileSuffixes() const override { return {"-wal", "-shm", "-journal"}; }
 };
 
 // PostgreSQL through psqlODBC: wide text, results through server cursors,
@@ -183,6 +187,8 @@ int32_t Dialect::ParameterType(int32_t adoType) const {
 bool Dialect::TypesColumnsByDeclaredName(std::string_view typeName) const {
   return com::detail::EqualsIgnoringAsciiCase(typeName, "money");
 }
+
+const Dialect& EmbeddedDialect() { return ForEngine(Engine::SQLite); }
 
 const Dialect& ForEngine(Engine engine) {
   static const SqliteDialect sqlite;

@@ -119,7 +119,20 @@ class Dialect {
     (void)destination;
     return {};
   }
+  // True when `header` (the first bytes of a file, up to 32) starts a
+  // database file of this engine.
+  virtual bool IsDatabaseFile(std::string_view header) const {
+    (void)header;
+    return false;
+  }
+  // The suffixes of the side files the engine keeps beside a database file
+  // while it is in use (a connection holding one holds the database).
+  virtual std::vector<std::string_view> SideFileSuffixes() const { return {}; }
 };
+
+// The dialect of the embedded engine, the one the file provider's strings
+// ("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=<file>") open.
+const Dialect& EmbeddedDialect();
 
 // The dialect of an engine (Other: plain ODBC, SQL as written).
 const Dialect& ForEngine(Engine engine);
