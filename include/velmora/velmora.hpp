@@ -28,7 +28,7 @@
 #include "velmora/flags/ado_flags.hpp"
 #include "velmora/flags/connection_options.hpp"
 #include "velmora/schema/descriptors.hpp"
-#include "velmora/schema/introspection.hpp"
+#include "velmora/schema/schema_info.hpp"
 #include "velmora/schema/maintenance.hpp"
 #include "velmora/support/default_connection.hpp"
 #include "velmora/support/error_services.hpp"

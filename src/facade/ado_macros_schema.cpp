@@ -1,6 +1,6 @@
-// The schema introspection members of AdoMacros: forwarders.
+// The schema information members of AdoMacros: forwarders.
 #include "velmora/facade/ado_macros.hpp"
-#include "velmora/schema/introspection.hpp"
+#include "velmora/schema/schema_info.hpp"
 #include "velmora/schema/maintenance.hpp"
 
 namespace velmora {

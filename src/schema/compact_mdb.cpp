@@ -15,7 +15,7 @@
 #include <string_view>
 
 #include "ado/dialect/dialect.hpp"
-#include "schema/introspection_common.hpp"
+#include "schema/info_common.hpp"
 #include "velmora/ado/connection.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/support/file_errors.hpp"

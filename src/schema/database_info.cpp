@@ -1,10 +1,10 @@
 // DatabaseInfo: every base table of a database, described by TableInfo.
-#include "schema/introspection_common.hpp"
+#include "schema/info_common.hpp"
 #include "velmora/ado/connection.hpp"
 #include "velmora/com/collection.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/fields/connection_utils.hpp"
-#include "velmora/schema/introspection.hpp"
+#include "velmora/schema/schema_info.hpp"
 #include "velmora/support/reraise.hpp"
 
 namespace velmora {

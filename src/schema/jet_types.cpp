@@ -1,7 +1,7 @@
 // The values a column described in ADO terms is created with in a Jet
 // database. Pure mappings: no error handling, they never fail.
 #include "velmora/ado/types.hpp"
-#include "velmora/schema/introspection.hpp"
+#include "velmora/schema/schema_info.hpp"
 
 namespace velmora {
 namespace {

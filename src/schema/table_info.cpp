@@ -2,13 +2,13 @@
 // server catalogue views ("SQL") or the schema rowsets and the catalog
 // object ("JET"). Each routine has its own handler and Source; the fields
 // are always read before the indexes, which hold copies of them.
-#include "schema/introspection_common.hpp"
+#include "schema/info_common.hpp"
 #include "velmora/ado/catalog.hpp"
 #include "velmora/ado/connection.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/fields/connection_utils.hpp"
-#include "velmora/schema/introspection.hpp"
+#include "velmora/schema/schema_info.hpp"
 #include "velmora/support/reraise.hpp"
 
 namespace velmora {

@@ -1,12 +1,12 @@
 // TypesInfo: the catalogue of a database's data types, keyed by native code.
 #include <array>
 
-#include "schema/introspection_common.hpp"
+#include "schema/info_common.hpp"
 #include "velmora/ado/connection.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/fields/connection_utils.hpp"
 #include "velmora/fields/type_names.hpp"
-#include "velmora/schema/introspection.hpp"
+#include "velmora/schema/schema_info.hpp"
 #include "velmora/support/reraise.hpp"
 
 namespace velmora {

@@ -25,7 +25,7 @@
 #include "velmora/ado.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/flags/connection_options.hpp"
-#include "velmora/schema/introspection.hpp"
+#include "velmora/schema/schema_info.hpp"
 
 namespace velmora::test {
 namespace {

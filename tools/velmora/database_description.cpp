@@ -10,7 +10,7 @@
 #include "velmora/ado/recordset.hpp"
 #include "velmora/com/conversions.hpp"
 #include "velmora/fields/field_access.hpp"
-#include "velmora/schema/introspection.hpp"
+#include "velmora/schema/schema_info.hpp"
 
 namespace velmora::tool {
 namespace {

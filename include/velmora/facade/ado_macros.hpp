@@ -16,7 +16,7 @@
 #include "velmora/facade/ado_flags_enum.hpp"
 #include "velmora/fields/connection_utils.hpp"
 #include "velmora/fields/field_access.hpp"
-#include "velmora/schema/introspection.hpp"
+#include "velmora/schema/schema_info.hpp"
 #include "velmora/sysrecords/system_records.hpp"
 
 namespace velmora::ado {
@@ -102,7 +102,7 @@ class AdoMacros : public com::Object {
   int32_t FieldTypeStringToConst(const std::string& SType) const;
   com::Variant FieldDefaultValue(int16_t vType) const;
 
-  // Schema introspection (velmora/schema/introspection.hpp).
+  // Schema information (velmora/schema/schema_info.hpp).
   int32_t AdoDataAttributesToJet(int32_t AType, bool AIsNullable) const;
   int32_t AdoDataPrecisionToJet(int32_t AType, int32_t APrecision) const;
   int32_t AdoDataSizeToJet(int32_t AType, int32_t ASize) const;

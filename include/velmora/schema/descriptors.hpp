@@ -1,5 +1,5 @@
 #pragma once
-// Schema descriptors: plain property holders for what introspection finds
+// Schema descriptors: plain property holders for what reading a schema finds
 // out about a database -- one data type (AdoDataType), one column
 // (AdoField), one index (AdoIndex), one table (AdoTable). Every property is
 // a get/put pair over a private member with no validation; a new object has

@@ -1,4 +1,4 @@
-#include "schema/introspection_common.hpp"
+#include "schema/info_common.hpp"
 
 #include "velmora/ado/connection.hpp"
 #include "velmora/com/conversions.hpp"

@@ -10,7 +10,7 @@
 #include "velmora/com/conversions.hpp"
 #include "velmora/com/error.hpp"
 #include "velmora/flags/connection_options.hpp"
-#include "velmora/schema/introspection.hpp"
+#include "velmora/schema/schema_info.hpp"
 
 namespace velmora::test {
 namespace {
@@ -65,7 +65,7 @@ TEST(TypesInfoJet, IsTheFixedListWithoutTheConnection) {
   EXPECT_EQ(Held<AdoDataType>(types, com::Variant("K4"))->AType(), ado::adInteger);
 }
 
-TEST(Introspection, AnUnsupportedDbmsIsTheConnectionOptionsError) {
+TEST(SchemaInfo, AnUnsupportedDbmsIsTheConnectionOptionsError) {
   AdoFlagsPtr flags = std::make_shared<AdoFlags>();
   flags->WriteProperty("DBMS", com::Variant("ORACLE"));
   com::CollectionPtr types;
@@ -81,7 +81,7 @@ TEST(Introspection, AnUnsupportedDbmsIsTheConnectionOptionsError) {
   EXPECT_EQ(RaisedError([&] { DatabaseInfo(cn, tables, flags); }).Source(), "Velmora.modAdoSupport.DatabaseInfo");
 }
 
-class IntrospectionTest : public EngineTest {
+class SchemaInfoTest : public EngineTest {
  protected:
   // A keyed table with a unique constraint and a plain index. Its name is
   // in lower case, as PostgreSQL keeps unquoted names.
@@ -99,7 +99,7 @@ class IntrospectionTest : public EngineTest {
   }
 };
 
-TEST_P(IntrospectionTest, TypesInfoSqlReadsSystypes) {
+TEST_P(SchemaInfoTest, TypesInfoSqlReadsSystypes) {
   com::CollectionPtr types;
   EXPECT_FALSE(TypesInfo(cn, types, FlagsFor("SQL")));
   const auto integer = Held<AdoDataType>(types, com::Variant("K56"));
@@ -113,7 +113,7 @@ TEST_P(IntrospectionTest, TypesInfoSqlReadsSystypes) {
   EXPECT_EQ(nvarchar->AName(), "nvarchar");
 }
 
-TEST_P(IntrospectionTest, TableInfoSqlDescribesColumnsAndIndexes) {
+TEST_P(SchemaInfoTest, TableInfoSqlDescribesColumnsAndIndexes) {
   const std::string t = Orders();
   const AdoTablePtr table = Describe(t, "SQL");
   EXPECT_NE(table->Id(), 0);
@@ -145,7 +145,7 @@ TEST_P(IntrospectionTest, TableInfoSqlDescribesColumnsAndIndexes) {
   EXPECT_EQ(Held<AdoField>(plain->Fields(), com::Variant("note"))->Collation(), 1);
 }
 
-TEST_P(IntrospectionTest, TableInfoJetReadsTheCatalog) {
+TEST_P(SchemaInfoTest, TableInfoJetReadsTheCatalog) {
   const std::string t = Orders();
   const AdoTablePtr table = Describe(t, "JET");
   EXPECT_EQ(table->Id(), 0);
@@ -174,7 +174,7 @@ TEST_P(IntrospectionTest, TableInfoJetReadsTheCatalog) {
   EXPECT_TRUE(primary);
 }
 
-TEST_P(IntrospectionTest, AMissingTableIsReportedByTheBranch) {
+TEST_P(SchemaInfoTest, AMissingTableIsReportedByTheBranch) {
   auto table = std::make_shared<AdoTable>();
   table->Name("no_such_table" + suffix);
   const com::Error sql = RaisedError([&] { TableInfo(cn, table, FlagsFor("SQL")); });
@@ -186,7 +186,7 @@ TEST_P(IntrospectionTest, AMissingTableIsReportedByTheBranch) {
   EXPECT_EQ(jet.Description(), "Nessuno schema per la tabella no_such_table" + suffix);
 }
 
-TEST_P(IntrospectionTest, TheCatalogueIsHandedBackForTheNextCall) {
+TEST_P(SchemaInfoTest, TheCatalogueIsHandedBackForTheNextCall) {
   const std::string t = Orders();
   auto table = std::make_shared<AdoTable>();
   table->Name(t);
@@ -198,7 +198,7 @@ TEST_P(IntrospectionTest, TheCatalogueIsHandedBackForTheNextCall) {
   EXPECT_EQ(types, first);
 }
 
-TEST_P(IntrospectionTest, DatabaseInfoTakesWholeNamesOfTheLists) {
+TEST_P(SchemaInfoTest, DatabaseInfoTakesWholeNamesOfTheLists) {
   const std::string orders = Orders();
   const std::string other = Table("ord", "id INTEGER PRIMARY KEY");
   std::string upper = orders;
@@ -221,7 +221,7 @@ TEST_P(IntrospectionTest, DatabaseInfoTakesWholeNamesOfTheLists) {
   }
 }
 
-TEST_P(IntrospectionTest, DatabaseInfoWithoutFlagsDescribesEveryBaseTable) {
+TEST_P(SchemaInfoTest, DatabaseInfoWithoutFlagsDescribesEveryBaseTable) {
   const std::string orders = Orders();
   cn->Execute("CREATE VIEW v" + suffix + " AS SELECT id FROM " + orders);
   created.insert(created.begin(), "v" + suffix);
@@ -234,7 +234,7 @@ TEST_P(IntrospectionTest, DatabaseInfoWithoutFlagsDescribesEveryBaseTable) {
 // Names with blanks, brackets and letters beyond ASCII are described under
 // both DBMS values; a name with an apostrophe goes into the SQL branch's
 // query as it stands and fails there with the engine's error.
-TEST_P(IntrospectionTest, OddNamesAreDescribedOrRefusedClearly) {
+TEST_P(SchemaInfoTest, OddNamesAreDescribedOrRefusedClearly) {
   for (const std::string base : {"a b", "x]y", "\xc3\xa0\xc3\xa9"}) {
     const std::string name = base + suffix;
     cn->Execute("CREATE TABLE \"" + name + "\" (\"k \xc3\xa8\" INTEGER PRIMARY KEY, \"v]w\" nvarchar(10))");
@@ -259,7 +259,7 @@ TEST_P(IntrospectionTest, OddNamesAreDescribedOrRefusedClearly) {
   EXPECT_EQ(table->Fields()->Count(), 1);
 }
 
-TEST_P(IntrospectionTest, AClosedConnectionIsReportedByTheRoutine) {
+TEST_P(SchemaInfoTest, AClosedConnectionIsReportedByTheRoutine) {
   const std::string t = Orders();
   auto closed = std::make_shared<ado::Connection>();
   auto table = std::make_shared<AdoTable>();
@@ -280,7 +280,7 @@ TEST_P(IntrospectionTest, AClosedConnectionIsReportedByTheRoutine) {
 // Columns the engine declares with its own type names (TEXT, TIMESTAMP,
 // REAL, BLOB...) are described under both DBMS values; so is a table of a
 // schema outside the search path on PostgreSQL.
-TEST_P(IntrospectionTest, EveryDeclaredTypeAndEverySchemaIsDescribed) {
+TEST_P(SchemaInfoTest, EveryDeclaredTypeAndEverySchemaIsDescribed) {
   const std::string t = Table("plain", std::string("id INTEGER PRIMARY KEY, note TEXT, stamp TIMESTAMP, ratio REAL, ") +
                                            (IsPg() ? "data BYTEA" : "data BLOB") + ", amount NUMERIC(10,2)");
   for (const std::string dbms : {"SQL", "JET"}) {
@@ -303,7 +303,7 @@ TEST_P(IntrospectionTest, EveryDeclaredTypeAndEverySchemaIsDescribed) {
   cn->Execute("DROP SCHEMA " + schema + " CASCADE");
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, IntrospectionTest, EnginesAndLegacyStrings(), EngineName);
+INSTANTIATE_TEST_SUITE_P(Engines, SchemaInfoTest, EnginesAndLegacyStrings(), EngineName);
 
 }  // namespace
 }  // namespace velmora::test

@@ -1,5 +1,5 @@
 #pragma once
-// What the introspection routines share: the DBMS of the flags, reading a
+// What the schema-reading routines share: the DBMS of the flags, reading a
 // field of the current row the Null-free way, opening the recordsets they
 // read, and statements whose failure is ignored.
 #include <memory>

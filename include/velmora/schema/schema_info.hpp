@@ -1,5 +1,5 @@
 #pragma once
-// Schema introspection: the catalogue of a database's data types
+// Schema information: the catalogue of a database's data types
 // (TypesInfo), one table's columns and indexes (TableInfo), every base
 // table of a database (DatabaseInfo), and the conversions of an ADO column
 // description to the values a Jet column is created with.
